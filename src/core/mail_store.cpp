@@ -1,0 +1,119 @@
+#include "core/mail_store.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "core/paths.h"
+#include "core/system_config.h"
+#include "core/text.h"
+#include "platform/directory_walk.h"
+#include "platform/file.h"
+#include "platform/profile_file.h"
+
+namespace velnor {
+namespace {
+
+constexpr std::size_t PASSWORD_LIMIT = 32;
+
+bool IsDots(std::string_view name) {
+  return name == "." || name == "..";
+}
+
+std::int32_t AddWithin(std::int32_t total, std::uint64_t more) {
+  return static_cast<std::int32_t>(
+      std::min<std::uint64_t>(static_cast<std::uint64_t>(total) + more, std::uint64_t{INT32_MAX}));
+}
+
+}  // namespace
+
+bool IsStoreName(std::string_view name) {
+  return !name.empty() && !IsDots(name) && std::none_of(name.begin(), name.end(), [](char c) {
+    return c == '/' || c == '\\' || static_cast<unsigned char>(c) < ' ' || c == '\x7f';
+  });
+}
+
+std::string StorePath(const std::string& parent, std::string_view name) {
+  const std::string exact = JoinPath(parent, std::string(name));
+  if (platform::ProbePath(exact) != platform::PathKind::MISSING) return exact;
+  platform::DirectoryWalk walk;
+  if (walk.Open(parent) != 0) return exact;
+  std::optional<std::string> best;
+  platform::WalkEntry entry;
+  while (walk.Next(entry)) {
+    if (EqualsIgnoreCase(entry.name, name) && (!best || entry.name < *best)) best = entry.name;
+  }
+  return best ? JoinPath(parent, *best) : exact;
+}
+
+std::optional<std::string> UserDirectory(std::string_view domain, std::string_view user) {
+  if (!IsStoreName(domain) || !IsStoreName(user)) return std::nullopt;
+  return StorePath(StorePath(g_SystemConfig.MailPath.Get(), domain), user);
+}
+
+std::string InboxPath(const std::string& user_directory) {
+  return JoinPath(JoinPath(user_directory, "MailDir"), "Inbox");
+}
+
+InboxState FindInbox(std::string_view domain, std::string_view user, std::string& inbox) {
+  const std::optional<std::string> directory = UserDirectory(domain, user);
+  if (!directory) return InboxState::MISSING;
+  inbox = InboxPath(*directory);
+  const platform::PathKind kind = platform::ProbePath(inbox);
+  if (kind == platform::PathKind::DIRECTORY) return InboxState::PRESENT;
+  const bool root_stands = PathExists(g_SystemConfig.MailPath.Get(), PathFlag::DIRECTORY) == 1;
+  return kind == platform::PathKind::UNKNOWN || !root_stands ? InboxState::FAULT : InboxState::MISSING;
+}
+
+std::optional<std::string> Authenticate(std::string_view user, std::string_view password,
+                                        std::string_view domain, std::string_view enable_key) {
+  if (g_SystemConfig.IsLocalDomain(domain) == 0) return std::nullopt;
+  const std::optional<std::string> directory = UserDirectory(domain, user);
+  if (!directory) return std::nullopt;
+  const std::string profile = JoinPath(*directory, PROFILE_FILE);
+  if (PathExists(profile, PathFlag::ANYTHING) == 0) return std::nullopt;
+  const std::string stored =
+      platform::ReadProfileString(profile, PROFILE_SECTION, "Password", "", PASSWORD_LIMIT);
+  if (platform::ReadProfileInt(profile, PROFILE_SECTION, enable_key, 0) == 0) return std::nullopt;
+  if (!EqualsIgnoreCase(password, stored)) return std::nullopt;
+  return directory;
+}
+
+int DeleteTree(const std::string& path) {
+  std::vector<platform::WalkEntry> entries;
+  platform::DirectoryWalk walk;
+  if (walk.Open(path) == 0) {
+    platform::WalkEntry entry;
+    while (walk.Next(entry)) {
+      if (!IsDots(entry.name)) entries.push_back(entry);
+    }
+  }
+  for (const platform::WalkEntry& entry : entries) {
+    const std::string below = JoinPath(path, entry.name);
+    if (entry.isDirectory) {
+      DeleteTree(below);
+    } else {
+      platform::DeleteFile(below);
+    }
+  }
+  return platform::RemoveDirectory(path) == 0 ? 1 : 0;
+}
+
+int MeasureMailbox(const std::string& path, std::int32_t& count, std::int32_t& bytes) {
+  platform::DirectoryWalk walk;
+  if (walk.Open(path) != 0) return 1;
+  platform::WalkEntry entry;
+  while (walk.Next(entry)) {
+    if (IsDots(entry.name)) continue;
+    if (entry.isDirectory) {
+      MeasureMailbox(JoinPath(path, entry.name), count, bytes);
+    } else if (entry.name.size() < 4 ||
+               !EqualsIgnoreCase(TextFrom(entry.name, entry.name.size() - 4), ".ini")) {
+      count = AddWithin(count, 1);
+      bytes = AddWithin(bytes, entry.size);
+    }
+  }
+  return 1;
+}
+
+}  // namespace velnor

@@ -1,0 +1,144 @@
+#include "core/system_config.h"
+
+#include <algorithm>
+
+#include "core/mail_store.h"
+#include "core/paths.h"
+#include "core/settings.h"
+#include "core/text.h"
+#include "platform/file.h"
+#include "platform/profile_file.h"
+
+namespace velnor {
+namespace {
+
+constexpr const char* PLACEHOLDER_DOMAIN = "localhost";
+
+NameTable::const_iterator FindName(const NameTable& table, std::string_view name) {
+  return std::find_if(table.begin(), table.end(),
+                      [name](const std::string& entry) { return EqualsIgnoreCase(entry, name); });
+}
+
+}  // namespace
+
+CSystemConfig g_SystemConfig;
+
+void CSystemConfig::Open(const std::string& working_directory, const std::string& app_directory) {
+  app_directory_ = app_directory;
+  IniPath.Set(JoinPath(working_directory, "velnor.ini"));
+  MailListPath.Set(JoinPath(working_directory, "maillist.ini"));
+  LogPath.Set(JoinPath(working_directory, "logs"));
+  platform::CreateEmptyFile(IniPath.Get());
+  platform::CreateEmptyFile(MailListPath.Get());
+  platform::CreateDirectory(LogPath.Get());
+  LoadConfig();
+}
+
+void CSystemConfig::LoadConfig() {
+  const std::string ini = IniPath.Get();
+  for (const Setting& setting : AllSettings()) {
+    if (setting.Number != nullptr) {
+      (this->*setting.Number) =
+          platform::ReadProfileInt(ini, SETTINGS_SECTION, setting.Key, setting.NumberDefault);
+    } else {
+      const std::string absent = setting.DefaultText == TextDefault::APP_DIRECTORY ? app_directory_ : "";
+      (this->*setting.Text)
+          .Set(platform::ReadProfileString(ini, SETTINGS_SECTION, setting.Key, absent, setting.ReadLimit));
+    }
+  }
+  LoadDomains();
+  LoadRules();
+  LoadMailLists();
+  if (PathExists(SpoolPath(), PathFlag::DIRECTORY) == 0) platform::CreateDirectory(SpoolPath());
+}
+
+void CSystemConfig::SaveConfig() {
+  platform::ProfileKeys keys;
+  for (const Setting& setting : AllSettings()) keys.emplace_back(setting.Key, SettingValue(*this, setting));
+  platform::WriteProfile(IniPath.Get(), SETTINGS_SECTION, keys);
+  LoadDomains();
+}
+
+void CSystemConfig::LoadDomains() {
+  const std::string list =
+      platform::ReadProfileString(IniPath.Get(), SETTINGS_SECTION, LOCAL_DOMAIN_KEY, "", LOCAL_DOMAIN_LIMIT);
+  NameTable domains;
+  std::string_view left = list;
+  while (!left.empty()) {
+    const std::size_t length = std::min(left.find('|'), left.size());
+    if (length > 0) AddDomainTo(domains, TrimBlanks(left.substr(0, length)));
+    left = TextFrom(left, length + 1);
+  }
+  LocalDomains.Set(std::move(domains));
+}
+
+void CSystemConfig::SaveDomains() {
+  std::string list;
+  for (const std::string& domain : *LocalDomains.Get()) list += domain + '|';
+  platform::WriteProfile(IniPath.Get(), SETTINGS_SECTION, {{LOCAL_DOMAIN_KEY, list}});
+}
+
+int CSystemConfig::AddDomain(std::string_view name) {
+  NameTable domains = *LocalDomains.Get();
+  if (AddDomainTo(domains, name) == 0) return 0;
+  LocalDomains.Set(std::move(domains));
+  return 1;
+}
+
+int CSystemConfig::AddDomainTo(NameTable& domains, std::string_view name) const {
+  if (FindName(domains, name) != domains.end() || !IsStoreName(name)) return 0;
+  const std::string directory = DomainPath(name);
+  if (PathExists(directory, PathFlag::DIRECTORY) == 0 && platform::CreateDirectory(directory) != 0) return 0;
+  domains.emplace_back(name);
+  return 1;
+}
+
+int CSystemConfig::DeleteDomain(std::string_view name) {
+  NameTable domains = *LocalDomains.Get();
+  const auto entry = FindName(domains, name);
+  if (entry == domains.end()) return 1;
+  const std::string directory = DomainPath(*entry);
+  if (PathExists(directory, PathFlag::DIRECTORY) == 1 && DeleteTree(directory) == 0) return 0;
+  domains.erase(entry);
+  LocalDomains.Set(std::move(domains));
+  return 1;
+}
+
+int CSystemConfig::UpdateDomain(std::string_view old_name, std::string_view new_name) {
+  NameTable domains = *LocalDomains.Get();
+  const auto entry = FindName(domains, old_name);
+  if (entry == domains.end() || !IsStoreName(new_name)) return 0;
+  const std::string from = DomainPath(*entry);
+  const std::string to = DomainPath(new_name);
+  if (PathExists(from, PathFlag::DIRECTORY) == 1 && PathExists(to, PathFlag::DIRECTORY) == 0 &&
+      platform::MoveFile(from, to) != 0) {
+    return 0;
+  }
+  domains[static_cast<std::size_t>(entry - domains.begin())] = new_name;
+  LocalDomains.Set(std::move(domains));
+  return 1;
+}
+
+int CSystemConfig::IsLocalDomain(std::string_view name) const {
+  const auto domains = LocalDomains.Get();
+  return FindName(*domains, name) != domains->end() ? 1 : 0;
+}
+
+std::string CSystemConfig::DefaultDomain() const {
+  const auto domains = LocalDomains.Get();
+  return domains->empty() ? PLACEHOLDER_DOMAIN : domains->front();
+}
+
+std::string CSystemConfig::SpoolPath() const {
+  return JoinPath(MailPath.Get(), "send");
+}
+
+std::string CSystemConfig::RulesPath() const {
+  return JoinPath(app_directory_, "rules.ini");
+}
+
+std::string CSystemConfig::DomainPath(std::string_view name) const {
+  return StorePath(MailPath.Get(), name);
+}
+
+}  // namespace velnor

@@ -1,0 +1,84 @@
+#include "platform/file_replacement.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+#include "platform/thread.h"
+
+namespace platform {
+namespace {
+
+constexpr std::size_t BLOCK = 16 * 1024;
+
+}  // namespace
+
+FileReplacement::~FileReplacement() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+  if (!path_.empty()) ::unlink(path_.c_str());
+}
+
+bool FileReplacement::Open(const std::string& target) {
+  char real[PATH_MAX];
+  target_ = ::realpath(target.c_str(), real) == nullptr ? target : std::string(real);
+  std::string aside =
+      target_ + ".new." + std::to_string(::getpid()) + '.' + std::to_string(CurrentThreadId());
+  descriptor_ = ::open(aside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (descriptor_ < 0) return false;
+  path_ = std::move(aside);
+  TakeOwnerAndMode();
+  return true;
+}
+
+void FileReplacement::TakeOwnerAndMode() {
+  struct stat old {};
+  if (::stat(target_.c_str(), &old) != 0) return;
+  if (!S_ISREG(old.st_mode)) failed_ = true;
+  // Only an administrator can give a file away; for anybody else the owner is the same already.
+  if (::fchown(descriptor_, old.st_uid, old.st_gid) == 0) ::fchmod(descriptor_, old.st_mode & 07777);
+}
+
+void FileReplacement::Write(std::string_view bytes) {
+  buffer_.append(bytes);
+  if (buffer_.size() >= BLOCK) Flush();
+}
+
+bool FileReplacement::TakeOver() {
+  Flush();
+  if (failed_ || ::fsync(descriptor_) != 0) return false;
+  if (::rename(path_.c_str(), target_.c_str()) != 0) return false;
+  path_.clear();
+  return true;
+}
+
+void FileReplacement::Flush() {
+  std::string_view left = buffer_;
+  while (!failed_ && !left.empty()) {
+    const ssize_t count = ::write(descriptor_, left.data(), left.size());
+    if (count > 0) {
+      left.remove_prefix(static_cast<std::size_t>(count));
+    } else if (count == 0 || errno != EINTR) {
+      failed_ = true;
+    }
+  }
+  buffer_.clear();
+}
+
+bool ReplaceTextFile(const std::string& path, std::string_view text) {
+  FileReplacement replacement;
+  if (!replacement.Open(path)) return false;
+  while (!text.empty()) {
+    const std::size_t line_end = text.find('\n');
+    replacement.Write(text.substr(0, line_end));
+    if (line_end == std::string_view::npos) break;
+    replacement.Write("\r\n");
+    text.remove_prefix(line_end + 1);
+  }
+  return replacement.TakeOver();
+}
+
+}  // namespace platform
