@@ -46,12 +46,4 @@ bool DeliverLocalGroup(Delivery& delivery, const RecipientGroup& group) {
   return delivered;
 }
 
-bool DeliverRemoteGroup(Delivery& delivery, const RecipientGroup& group) {
-  ReplyText reply;
-  reply.Format("can not resolve mx address(%s)", group.Domain.c_str());
-  RequeueGroup(delivery, group);
-  WriteLog(LOG_AGENT, "[%d]%s", static_cast<int>(delivery.ThreadId), LogSafe(reply).c_str());
-  return false;
-}
-
 }  // namespace velnor

@@ -11,9 +11,6 @@
 
 namespace velnor {
 
-// The text of the last reply or of a failure: the reason in a notice.
-using ReplyText = FixedText<255>;
-
 struct Delivery {
   platform::TextReader SpoolFile;  // stands at the first byte of the message text once the head is read
   std::uint32_t ThreadId = 0;
