@@ -65,7 +65,8 @@ void AgentWorkerThread(AgentTask& task) {
     delivery.SpoolFile.Close();
     if (delivery.Fault) {
       WriteLog(LOG_AGENT, "[%d]spool file is kept for the next start, %s", thread_id, task.SpoolPath.c_str());
-    } else {
+    } else if (error == 0) {
+      // One that was not there is not deleted: it may be back together with the disk that it lies on.
       platform::DeleteFile(task.SpoolPath);
     }
   }

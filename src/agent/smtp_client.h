@@ -23,12 +23,13 @@ using ReplyText = FixedText<255>;
 
 inline constexpr int REMOTE_SMTP_PORT = 25;
 
-// What stands in the place of a reply's code.
-inline constexpr int SMTP_NO_REPLY = -1;      // none within 10 seconds, or the peer is gone
-inline constexpr int SMTP_NOT_SENT = 0;       // the command, or the message text, could not be sent
-inline constexpr int SMTP_DATA_REFUSED = -1;  // DATA was not answered by 354, or could not be sent
-inline constexpr int SMTP_MESSAGE_UNREADABLE =
-    -2;  // a fault of the disk: the message is not at the peer, nor refused
+// What stands in the place of a reply's code: no reply within 10 seconds or the peer gone; the command or the
+// message text could not be sent; DATA was not answered by 354; the message could not be read, so it is not
+// at the peer and was not refused there either.
+inline constexpr int SMTP_NO_REPLY = -1;
+inline constexpr int SMTP_NOT_SENT = 0;
+inline constexpr int SMTP_DATA_REFUSED = -1;
+inline constexpr int SMTP_MESSAGE_UNREADABLE = -2;
 
 // Connects to a dotted address, within 30 seconds, and waits for the greeting. The socket, with the reply
 // text cleared; SOCKET_INVALID if there is no connection, or no greeting of 220.
@@ -47,10 +48,10 @@ int SendRcptTo(Socket socket, std::string_view address, ReplyText& reply);
 // final reply, SMTP_NO_REPLY, SMTP_DATA_REFUSED with the peer's text, or with "Data error" SMTP_NOT_SENT or
 // SMTP_MESSAGE_UNREADABLE: the peer then has no end of the message, and keeps nothing of it.
 //
-// The bytes go out as the stream delivers them, no dot is added. A text in which a line is a single dot would
-// so end within itself and its rest be taken for commands, at a lax peer even if the dot stands between a
-// bare CR or LF. Such a text counts as one that could not be sent, and the line that would end it stays here.
-// So does an empty text.
+// The bytes go out as the stream delivers them, and no dot is added. So a line that is a single dot would end
+// the message there and turn its rest into commands: at any peer between CR LFs, at a lax one also next to a
+// bare CR or LF. A text with such a line is given up before the line is complete, and counts as one that
+// could not be sent. So does an empty text.
 int SendMessageData(Socket socket, platform::TextReader& message, ReplyText& reply);
 
 // Sends QUIT and reads nothing; the caller closes the socket.

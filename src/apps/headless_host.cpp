@@ -126,6 +126,7 @@ class HeadlessFront : public AppFront {
 }  // namespace
 
 int RunHeadlessHost() {
+  platform::HoldStandardDescriptors();
   platform::HoldSignals();
   CServerApp app(AllServices());
   const LogPrinter printer(app.LogLines);

@@ -22,8 +22,8 @@ constexpr std::string_view LINE_END = "\r\n";
 struct LogService {
   platform::CriticalSection LogLock;
   std::unique_ptr<platform::TextWriter> File GUARDED_BY(LogLock);  // none if it could not be opened
-  FixedText<255> LogDirectory GUARDED_BY(LogLock);
-  int LogDay GUARDED_BY(LogLock) = -1;  // day of the month of the open file
+  FixedText<255> LogDirectory GUARDED_BY(LogLock);                 // empty while the service does not run
+  int LogDay GUARDED_BY(LogLock) = -1;                             // day of the month of the open file
 };
 
 LogService& Log() {
@@ -96,6 +96,7 @@ int LogServiceStart(std::string_view directory) {
 void AppendLogFile(std::string_view line) {
   LogService& service = Log();
   platform::SectionGuard guard(service.LogLock);
+  if (service.LogDirectory.empty()) return;
   const std::int64_t now = platform::UnixNow();
   const std::tm today = platform::LocalTime(now);
   if (today.tm_mday != service.LogDay) OpenLogFile(service, today, now);
@@ -109,6 +110,7 @@ void LogServiceStop() {
   LogService& service = Log();
   platform::SectionGuard guard(service.LogLock);
   service.File.reset();
+  service.LogDirectory.Clear();
   service.LogDay = -1;
 }
 

@@ -29,7 +29,7 @@ inline constexpr int LOG_AGENT = 4;
 int LogServiceStart(std::string_view directory);
 
 // Adds a finished line to the daily file and hands it to the system at once. The first line of a new day
-// opens a new file. Any thread, between start and stop.
+// opens a new file; before the start and after the stop the line is dropped. Any thread.
 void AppendLogFile(std::string_view line);
 
 // Closes the file. Once, after the services have stopped.

@@ -1,6 +1,7 @@
 #include "core/mail_store.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <vector>
 
@@ -25,6 +26,34 @@ std::int32_t AddWithin(std::int32_t total, std::uint64_t more) {
       std::min<std::uint64_t>(static_cast<std::uint64_t>(total) + more, std::uint64_t{INT32_MAX}));
 }
 
+// StorePath, as a look that may fail: false if the parent is there and can't be searched.
+bool FindStored(const std::string& parent, std::string_view name, std::string& path) {
+  path = JoinPath(parent, std::string(name));
+  if (platform::ProbePath(path) != platform::PathKind::MISSING) return true;
+  platform::DirectoryWalk walk;
+  if (const int error = walk.Open(parent); error != 0) return error == ENOENT || error == ENOTDIR;
+  std::optional<std::string> best;
+  platform::WalkEntry entry;
+  while (walk.Next(entry)) {
+    if (EqualsIgnoreCase(entry.name, name) && (!best || entry.name < *best)) best = entry.name;
+  }
+  if (best) path = JoinPath(parent, *best);
+  return true;
+}
+
+// The entries of a directory but for "." and "..". The walk is over when they are used, so a deep tree holds
+// no descriptors.
+std::vector<platform::WalkEntry> Entries(const std::string& path) {
+  std::vector<platform::WalkEntry> entries;
+  platform::DirectoryWalk walk;
+  if (walk.Open(path) != 0) return entries;
+  platform::WalkEntry entry;
+  while (walk.Next(entry)) {
+    if (!IsDots(entry.name)) entries.push_back(entry);
+  }
+  return entries;
+}
+
 }  // namespace
 
 bool IsStoreName(std::string_view name) {
@@ -34,16 +63,9 @@ bool IsStoreName(std::string_view name) {
 }
 
 std::string StorePath(const std::string& parent, std::string_view name) {
-  const std::string exact = JoinPath(parent, std::string(name));
-  if (platform::ProbePath(exact) != platform::PathKind::MISSING) return exact;
-  platform::DirectoryWalk walk;
-  if (walk.Open(parent) != 0) return exact;
-  std::optional<std::string> best;
-  platform::WalkEntry entry;
-  while (walk.Next(entry)) {
-    if (EqualsIgnoreCase(entry.name, name) && (!best || entry.name < *best)) best = entry.name;
-  }
-  return best ? JoinPath(parent, *best) : exact;
+  std::string path;
+  FindStored(parent, name, path);
+  return path;
 }
 
 std::optional<std::string> UserDirectory(std::string_view domain, std::string_view user) {
@@ -56,9 +78,14 @@ std::string InboxPath(const std::string& user_directory) {
 }
 
 InboxState FindInbox(std::string_view domain, std::string_view user, std::string& inbox) {
-  const std::optional<std::string> directory = UserDirectory(domain, user);
-  if (!directory) return InboxState::MISSING;
-  inbox = InboxPath(*directory);
+  if (!IsStoreName(domain) || !IsStoreName(user)) return InboxState::MISSING;
+  std::string domain_directory;
+  std::string user_directory;
+  if (!FindStored(g_SystemConfig.MailPath.Get(), domain, domain_directory) ||
+      !FindStored(domain_directory, user, user_directory)) {
+    return InboxState::FAULT;
+  }
+  inbox = InboxPath(user_directory);
   const platform::PathKind kind = platform::ProbePath(inbox);
   if (kind == platform::PathKind::DIRECTORY) return InboxState::PRESENT;
   const bool root_stands = PathExists(g_SystemConfig.MailPath.Get(), PathFlag::DIRECTORY) == 1;
@@ -80,15 +107,8 @@ std::optional<std::string> Authenticate(std::string_view user, std::string_view 
 }
 
 int DeleteTree(const std::string& path) {
-  std::vector<platform::WalkEntry> entries;
-  platform::DirectoryWalk walk;
-  if (walk.Open(path) == 0) {
-    platform::WalkEntry entry;
-    while (walk.Next(entry)) {
-      if (!IsDots(entry.name)) entries.push_back(entry);
-    }
-  }
-  for (const platform::WalkEntry& entry : entries) {
+  if (platform::IsLink(path)) return platform::DeleteFile(path) == 0 ? 1 : 0;
+  for (const platform::WalkEntry& entry : Entries(path)) {
     const std::string below = JoinPath(path, entry.name);
     if (entry.isDirectory) {
       DeleteTree(below);

@@ -34,8 +34,8 @@ std::optional<std::string> UserDirectory(std::string_view domain, std::string_vi
 // The path of "MailDir/Inbox" below a user's directory.
 std::string InboxPath(const std::string& user_directory);
 
-// What a look for an account's Inbox found. FAULT: the disk or the process is at fault, or the mail root
-// itself is gone, so nothing can be said of the account.
+// What a look for an account's Inbox found, whose path is then in `inbox`. FAULT: the disk or the process is
+// at fault, or the mail root itself is gone, so nothing can be said of the account.
 enum class InboxState { PRESENT, MISSING, FAULT };
 InboxState FindInbox(std::string_view domain, std::string_view user, std::string& inbox);
 
@@ -46,7 +46,8 @@ std::optional<std::string> Authenticate(std::string_view user, std::string_view 
                                         std::string_view domain, std::string_view enable_key);
 
 // Deletes a directory with all it holds. What can't be deleted is passed over and keeps the directories above
-// it. A link is removed, not what it points to. 1 if the directory is gone, else 0.
+// it. A link, also one in the place of the directory, is removed, not what it points to. 1 if the directory
+// is gone, else 0.
 int DeleteTree(const std::string& path);
 
 // Adds the number and the total size in bytes of all files below a directory, those ending in ".ini" left

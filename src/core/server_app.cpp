@@ -35,7 +35,7 @@ int CServerApp::InitInstance(AppFront& front) {
     front.AlreadyRunning();
     return 0;
   }
-  platform::RestrictNewFiles();
+  platform::StartFiles();
   g_SystemConfig.Open(platform::CurrentDirectory(), AppDirectory());
   if (const int error = platform::StartSockets(); error != 0) {
     front.CannotStart(FormatText("Failed: can not WSAStartup! Error number = %d", error));

@@ -11,8 +11,8 @@ namespace velnor {
 
 using platform::Socket;
 
-inline constexpr int RECV_LINE_CLOSED = -1;   // the peer is gone, or the socket was closed
-inline constexpr int RECV_LINE_TIMEOUT = -2;  // nothing came for 60 seconds
+inline constexpr int RECV_LINE_CLOSED = -1;   // the peer is gone
+inline constexpr int RECV_LINE_TIMEOUT = -2;  // nothing came for 60 seconds, or the socket was closed here
 
 // Sends a formatted text, cut at 1023 bytes, as one send. The number of bytes sent, or -1 for a peer that is
 // gone.

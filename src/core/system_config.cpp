@@ -13,10 +13,18 @@ namespace velnor {
 namespace {
 
 constexpr const char* PLACEHOLDER_DOMAIN = "localhost";
+constexpr const char* SPOOL_DIRECTORY = "send";
 
 NameTable::const_iterator FindName(const NameTable& table, std::string_view name) {
   return std::find_if(table.begin(), table.end(),
                       [name](const std::string& entry) { return EqualsIgnoreCase(entry, name); });
+}
+
+// Whether a domain of this name can have a directory and stand in the list: the spool has its name already,
+// and the list's separator and the wildcards of a path would come back as something else.
+bool IsDomainName(std::string_view name) {
+  return IsStoreName(name) && name.find_first_of("|*?") == std::string_view::npos &&
+         !EqualsIgnoreCase(name, SPOOL_DIRECTORY);
 }
 
 }  // namespace
@@ -86,7 +94,7 @@ int CSystemConfig::AddDomain(std::string_view name) {
 }
 
 int CSystemConfig::AddDomainTo(NameTable& domains, std::string_view name) const {
-  if (FindName(domains, name) != domains.end() || !IsStoreName(name)) return 0;
+  if (FindName(domains, name) != domains.end() || !IsDomainName(name)) return 0;
   const std::string directory = DomainPath(name);
   if (PathExists(directory, PathFlag::DIRECTORY) == 0 && platform::CreateDirectory(directory) != 0) return 0;
   domains.emplace_back(name);
@@ -107,7 +115,7 @@ int CSystemConfig::DeleteDomain(std::string_view name) {
 int CSystemConfig::UpdateDomain(std::string_view old_name, std::string_view new_name) {
   NameTable domains = *LocalDomains.Get();
   const auto entry = FindName(domains, old_name);
-  if (entry == domains.end() || !IsStoreName(new_name)) return 0;
+  if (entry == domains.end() || !IsDomainName(new_name)) return 0;
   const std::string from = DomainPath(*entry);
   const std::string to = DomainPath(new_name);
   if (PathExists(from, PathFlag::DIRECTORY) == 1 && PathExists(to, PathFlag::DIRECTORY) == 0 &&
@@ -130,7 +138,7 @@ std::string CSystemConfig::DefaultDomain() const {
 }
 
 std::string CSystemConfig::SpoolPath() const {
-  return JoinPath(MailPath.Get(), "send");
+  return JoinPath(MailPath.Get(), SPOOL_DIRECTORY);
 }
 
 std::string CSystemConfig::RulesPath() const {

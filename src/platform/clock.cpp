@@ -2,12 +2,25 @@
 
 #include <atomic>
 
+#include "platform/lock.h"
+
 namespace platform {
 namespace {
 
 std::atomic<std::int64_t> g_ClockOffset = 0;
 
+CriticalSection g_ZoneSection;
+
 const std::int64_t g_ProcessStart = std::time(nullptr);
+
+std::tm Calendar(std::tm* (*convert)(const std::time_t*, std::tm*), std::time_t moment) {
+  std::tm parts{};
+  if (convert(&moment, &parts) == nullptr) {
+    moment = 0;
+    convert(&moment, &parts);
+  }
+  return parts;
+}
 
 }  // namespace
 
@@ -20,20 +33,16 @@ void SetClockOffset(std::int64_t seconds) {
 }
 
 std::tm UtcTime(std::int64_t moment) {
-  const std::time_t seconds = moment;
-  std::tm parts{};
-  ::gmtime_r(&seconds, &parts);
-  return parts;
+  return Calendar(::gmtime_r, moment);
 }
 
 std::tm LocalTime(std::int64_t moment) {
-  const std::time_t seconds = moment;
-  std::tm parts{};
-  ::localtime_r(&seconds, &parts);
-  return parts;
+  return Calendar(::localtime_r, moment);
 }
 
 std::int64_t SecondsWestOfGreenwich() {
+  // The C library keeps the zone for the whole process and reads its settings anew here.
+  SectionGuard guard(g_ZoneSection);
   ::tzset();
   return ::timezone;
 }

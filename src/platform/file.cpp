@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,7 +21,11 @@ int Outcome(int result) {
 // For a file system that has no rename of this kind: the new name is made as a second link, which fails if it
 // exists. Directories have no second link, so there a look before the rename has to do.
 int MoveByLink(const std::string& from, const std::string& to) {
-  if (::link(from.c_str(), to.c_str()) == 0) return Outcome(::unlink(from.c_str()));
+  if (::link(from.c_str(), to.c_str()) == 0) {
+    const int error = Outcome(::unlink(from.c_str()));
+    if (error != 0) ::unlink(to.c_str());
+    return error;
+  }
   if (errno == EEXIST) return EEXIST;
   struct stat found {};
   if (::lstat(to.c_str(), &found) == 0) return EEXIST;
@@ -37,6 +42,11 @@ PathKind ProbePath(const std::string& path) {
   }
   if (S_ISDIR(found.st_mode)) return PathKind::DIRECTORY;
   return S_ISREG(found.st_mode) ? PathKind::FILE : PathKind::OTHER;
+}
+
+bool IsLink(const std::string& path) {
+  struct stat found {};
+  return ::lstat(path.c_str(), &found) == 0 && S_ISLNK(found.st_mode);
 }
 
 int CreateEmptyFile(const std::string& path) {
@@ -65,7 +75,8 @@ int SyncDirectory(const std::string& path) {
   if (descriptor < 0) return errno;
   const int error = Outcome(::fsync(descriptor));
   ::close(descriptor);
-  return error;
+  // Some file systems have no such operation for directories; there is nothing more to be done on them.
+  return error == EINVAL ? 0 : error;
 }
 
 std::string CurrentDirectory() {
@@ -79,8 +90,9 @@ std::string ProgramPath() {
   return length <= 0 ? std::string() : std::string(room, static_cast<std::size_t>(length));
 }
 
-void RestrictNewFiles() {
+void StartFiles() {
   ::umask(077);
+  ::signal(SIGXFSZ, SIG_IGN);
 }
 
 }  // namespace platform

@@ -15,6 +15,9 @@ inline constexpr char SEPARATOR = '/';
 enum class PathKind { MISSING, FILE, DIRECTORY, OTHER, UNKNOWN };
 PathKind ProbePath(const std::string& path);
 
+// Whether a symbolic link stands at the path itself.
+bool IsLink(const std::string& path);
+
 // Makes an empty file that only its owner can read; fails if the path exists.
 int CreateEmptyFile(const std::string& path);
 
@@ -32,7 +35,8 @@ int SyncDirectory(const std::string& path);
 std::string CurrentDirectory();
 std::string ProgramPath();
 
-// From now on what the process makes is its own user's alone.
-void RestrictNewFiles();
+// Prepares the process for work with files: what it makes is its own user's alone, and a file that may grow
+// no further is an error of the write, never a signal. Once, before any file is made.
+void StartFiles();
 
 }  // namespace platform

@@ -25,8 +25,10 @@ FileReplacement::~FileReplacement() {
 bool FileReplacement::Open(const std::string& target) {
   char real[PATH_MAX];
   target_ = ::realpath(target.c_str(), real) == nullptr ? target : std::string(real);
-  std::string aside =
-      target_ + ".new." + std::to_string(::getpid()) + '.' + std::to_string(CurrentThreadId());
+  // The name keeps its ending, so that whoever tells files by their ending takes this one for the same kind.
+  const std::size_t name = target_.rfind('/') + 1;
+  std::string aside = target_.substr(0, name) + "new." + std::to_string(::getpid()) + '.' +
+                      std::to_string(CurrentThreadId()) + '.' + target_.substr(name);
   descriptor_ = ::open(aside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (descriptor_ < 0) return false;
   path_ = std::move(aside);

@@ -1,6 +1,7 @@
 // FileReplacement: a new content for a file, made aside and renamed over the old one, so that a reader, and a
 // power failure, meet either the old file whole or the new one. The new file takes the old one's owner and
-// mode. One object, one replacement, one thread.
+// mode where the process may give them, and is its own user's alone where not. One object, one replacement,
+// one thread.
 #pragma once
 
 #include <string>

@@ -6,6 +6,7 @@
 
 #include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 
 namespace platform {
@@ -29,10 +30,13 @@ std::vector<DottedAddress> LookupHost(std::string_view name) {
 
 DottedAddress SystemNameServer() {
   std::ifstream file("/etc/resolv.conf");
-  std::string word;
-  std::string server;
-  while (file >> word) {
-    if (word == "nameserver" && file >> server && IsDottedAddress(server)) return DottedAddress(server);
+  std::string line;
+  while (std::getline(file, line)) {
+    std::istringstream words(line);
+    std::string keyword;
+    std::string server;
+    if (words >> keyword >> server && keyword == "nameserver" && IsDottedAddress(server))
+      return DottedAddress(server);
   }
   return {};
 }

@@ -13,7 +13,8 @@
 namespace platform {
 namespace {
 
-// A line longer than this is read as several, so that a file of one endless line takes no memory.
+// A longer line is read in pieces, of which the first alone counts, so that a file of one endless line takes
+// no memory.
 constexpr std::size_t LONGEST_LINE = 64 * 1024;
 constexpr std::size_t BLOCK = 16 * 1024;
 
@@ -38,7 +39,7 @@ bool IsQuoted(std::string_view value) {
          value.front() == value.back();
 }
 
-// A file's lines with their line ends, as stored.
+// A file's lines with their line ends, as stored; a long one in pieces.
 class RawLines {
  public:
   ~RawLines() {
@@ -57,6 +58,7 @@ class RawLines {
   }
 
   bool Next(std::string& line) {
+    starts_ = ended_;
     line.clear();
     while (line.size() < LONGEST_LINE) {
       if (next_ == filled_ && !Fill()) break;
@@ -67,8 +69,12 @@ class RawLines {
       next_ += taken;
       if (line.back() == '\n') break;
     }
+    ended_ = line.ends_with('\n');
     return !line.empty();
   }
+
+  // Whether the last one begins a line, and is not the rest of one that is too long.
+  bool Starts() const { return starts_; }
 
   bool Failed() const { return failed_; }
 
@@ -88,8 +94,16 @@ class RawLines {
   char buffer_[BLOCK];
   std::size_t filled_ = 0;
   std::size_t next_ = 0;
+  bool starts_ = true;
+  bool ended_ = true;
   bool failed_ = false;
 };
+
+// A line's own end, empty for a line that has none.
+std::string_view EndOf(std::string_view line) {
+  if (line.ends_with("\r\n")) return "\r\n";
+  return line.ends_with('\n') ? "\n" : "";
+}
 
 // Whether a line opens a section; `name` is then the section's.
 bool IsSectionLine(std::string_view line, std::string_view& name) {
@@ -116,6 +130,7 @@ std::optional<std::string> FindValue(const std::string& path, std::string_view s
   std::string_view name, key, value;
   bool in_section = false;
   while (lines.Next(line)) {
+    if (!lines.Starts()) continue;
     if (IsSectionLine(line, name)) {
       in_section = SameName(name, section);
     } else if (in_section && IsKeyLine(line, key, value) && SameName(key, wanted)) {
@@ -142,7 +157,8 @@ class ProfileEditor {
       : out_(out), section_(section), keys_(keys), written_(keys.size(), false) {}
 
   void Line(const std::string& line) {
-    if (line_end_.empty() && line.back() == '\n') line_end_ = line.ends_with("\r\n") ? "\r\n" : "\n";
+    if (line_end_.empty()) line_end_ = EndOf(line);
+    replacing_ = false;
     std::string_view name, key, value;
     if (IsSectionLine(line, name)) {
       if (in_section_) FinishSection();
@@ -150,7 +166,8 @@ class ProfileEditor {
     } else if (in_section_ && IsKeyLine(line, key, value)) {
       Hold();
       if (const auto index = Wanted(key)) {
-        Put(*index);
+        Put(*index, EndOf(line));
+        replacing_ = true;
         return;
       }
     } else if (in_section_ && Trim(line).empty()) {
@@ -160,6 +177,12 @@ class ProfileEditor {
     }
     Hold();
     Copy(line);
+  }
+
+  // The rest of a line that is too long to be read at once. It goes with the line's beginning.
+  void Rest(const std::string& rest) {
+    Hold();
+    Copy(replacing_ ? EndOf(rest) : std::string_view(rest));
   }
 
   void Finish() {
@@ -196,15 +219,16 @@ class ProfileEditor {
     return std::nullopt;
   }
 
-  void Put(std::size_t index) {
+  void Put(std::size_t index, std::string_view line_end) {
     written_[index] = true;
-    Copy(keys_[index].first + "=" + StoredValue(keys_[index].second) + LineEnd());
+    Copy(std::string(keys_[index].first + "=" + StoredValue(keys_[index].second)).append(line_end));
   }
 
   void FinishSection() {
-    EndLine();
     for (std::size_t i = 0; i < keys_.size(); ++i) {
-      if (!written_[i]) Put(i);
+      if (written_[i]) continue;
+      EndLine();
+      Put(i, LineEnd());
     }
     Hold();
     in_section_ = false;
@@ -216,8 +240,9 @@ class ProfileEditor {
   const ProfileKeys& keys_;
   std::vector<bool> written_;
   std::string held_;
-  std::string line_end_;
+  std::string line_end_;  // the file's first
   bool ends_in_line_end_ = true;
+  bool replacing_ = false;  // the line that is being read has got its new value already
   bool in_section_ = false;
   bool section_done_ = false;
 };
@@ -252,7 +277,13 @@ bool WriteProfile(const std::string& path, std::string_view section, const Profi
   ProfileEditor editor(replacement, section, keys);
   if (error == 0) {
     std::string line;
-    while (old.Next(line)) editor.Line(line);
+    while (old.Next(line)) {
+      if (old.Starts()) {
+        editor.Line(line);
+      } else {
+        editor.Rest(line);
+      }
+    }
     if (old.Failed()) return false;
   }
   editor.Finish();

@@ -2,14 +2,17 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -113,6 +116,24 @@ int WaitFor(const Descriptor& descriptor, short events, int milliseconds) {
   }
 }
 
+// How much of what was sent the peer's system has not yet taken, in bytes.
+int Unsent(const Descriptor& descriptor) {
+  int bytes = 0;
+  return ::ioctl(descriptor.fd, SIOCOUTQ, &bytes) == 0 ? bytes : 0;
+}
+
+// Waits for room to send. 0, or -1 with the error set. The system reports room only once a good part of its
+// buffer is free, which a slow peer may not reach in time; it counts as gone only if it has taken nothing.
+int WaitForRoom(const Descriptor& descriptor) {
+  for (int unsent = Unsent(descriptor);;) {
+    const int ready = WaitFor(descriptor, POLLOUT, SEND_SILENCE_MS);
+    if (ready != 0) return ready < 0 ? -1 : 0;
+    const int left = Unsent(descriptor);
+    if (left >= unsent) return Failed(ETIMEDOUT);
+    unsent = left;
+  }
+}
+
 bool Parse(std::string_view address, in_addr& parsed) {
   const DottedAddress text(address);
   return text.size() == address.size() && ::inet_pton(AF_INET, text.c_str(), &parsed) == 1;
@@ -124,6 +145,12 @@ sockaddr_in Endpoint(in_addr address, int port) {
   endpoint.sin_port = htons(static_cast<std::uint16_t>(port));
   endpoint.sin_addr = address;
   return endpoint;
+}
+
+// Commands and replies are single small lines; none of them waits for the acknowledgement of the one before.
+void SendAtOnce(int fd) {
+  const int on = 1;
+  ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
 bool IsPort(int port) {
@@ -178,7 +205,9 @@ std::string SocketErrorMessage(int error) {
 }
 
 Socket OpenStreamSocket() {
-  return Enter(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd >= 0) SendAtOnce(fd);
+  return Enter(fd);
 }
 Socket OpenDatagramSocket() {
   return Enter(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
@@ -227,9 +256,7 @@ Socket AcceptSocket(Socket listener, DottedAddress& peer) {
   const int fd = ::accept4(descriptor->fd, reinterpret_cast<sockaddr*>(&endpoint), &size, SOCK_CLOEXEC);
   const Socket accepted = Enter(fd);
   if (accepted == SOCKET_INVALID) return SOCKET_INVALID;
-  // Replies are single small lines; none of them waits for the acknowledgement of the one before.
-  const int on = 1;
-  ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  SendAtOnce(fd);
   char text[INET_ADDRSTRLEN] = {};
   ::inet_ntop(AF_INET, &endpoint.sin_addr, text, sizeof text);
   peer.Set(text);
@@ -277,9 +304,7 @@ int SendBytes(Socket socket, std::string_view bytes, SendHint hint) {
     if (count >= 0) {
       sent += static_cast<std::size_t>(count);
     } else if (errno == EAGAIN) {
-      const int ready = WaitFor(*descriptor, POLLOUT, SEND_SILENCE_MS);
-      if (ready < 0) return -1;
-      if (ready == 0) return Failed(ETIMEDOUT);
+      if (WaitForRoom(*descriptor) != 0) return -1;
     } else if (errno != EINTR) {
       return Failed(errno);
     }

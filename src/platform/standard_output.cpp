@@ -1,11 +1,20 @@
 #include "platform/standard_output.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 namespace platform {
+
+void HoldStandardDescriptors() {
+  int descriptor = 0;
+  do {
+    descriptor = ::open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor >= 0) ::close(descriptor);
+}
 
 OutputResult WriteStandardOutput(std::string_view text, int milliseconds) {
   while (!text.empty()) {

@@ -6,6 +6,10 @@
 
 namespace platform {
 
+// Puts something harmless in the place of standard input, output or error if the process was started without
+// it, so that no file and no connection is opened there. Before anything else is opened.
+void HoldStandardDescriptors();
+
 // What became of a write to standard output: all written; nothing written because the reader took nothing
 // within the time; or the reader is gone for good.
 enum class OutputResult { WRITTEN, STALLED, CLOSED };

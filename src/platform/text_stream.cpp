@@ -23,12 +23,15 @@ int TextReader::Open(const std::string& path) {
   descriptor_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (descriptor_ < 0) return errno;
   struct stat found {};
-  if (::fstat(descriptor_, &found) != 0 || !S_ISREG(found.st_mode)) {
-    const int error = S_ISDIR(found.st_mode) ? EISDIR : EINVAL;
+  int error = ::fstat(descriptor_, &found) == 0 ? 0 : errno;
+  if (error == 0 && !S_ISREG(found.st_mode)) error = S_ISDIR(found.st_mode) ? EISDIR : EINVAL;
+  if (error != 0) {
     Close();
     return error;
   }
   buffer_.resize(BLOCK);
+  failed_ = false;
+  Seek(0);
   return 0;
 }
 

@@ -43,7 +43,7 @@ void WalkFile(platform::TextReader& file, const auto& header, const auto& entry)
   file.Seek(0);
   std::string line;
   while (file.ReadLine(LINE_LIMIT, line)) {
-    const std::string_view text = TrimBlanks(line);
+    const std::string_view text = TrimBlanks(line.c_str());  // a NUL ends it
     if (IsComment(text)) continue;
     if (text.starts_with('[')) {
       if (!header(text)) return;
@@ -72,8 +72,9 @@ MailListTable LoadNames(platform::TextReader& file) {
   WalkFile(
       file,
       [&](std::string_view text) {
-        if (open) return false;
-        open = EqualsIgnoreCase(text, NAME_SECTION);
+        const bool is_name_section = EqualsIgnoreCase(text, NAME_SECTION);
+        if (open && !is_name_section) return false;
+        open = is_name_section;
         return true;
       },
       [&](std::string_view text) {
@@ -89,11 +90,15 @@ void LoadMembers(platform::TextReader& file, MailListTable& lists) {
   std::unordered_map<std::string, MailList*> waiting;
   for (MailList& list : lists) waiting.emplace("[" + LowerCase(list.Name) + "]", &list);
   MailList* current = nullptr;
+  std::string current_header;  // met again, it goes on with the list that is open
   std::unordered_set<std::string> addresses;
   WalkFile(
       file,
       [&](std::string_view text) {
-        const auto found = waiting.extract(LowerCase(text));
+        std::string header = LowerCase(text);
+        if (header == current_header) return true;
+        const auto found = waiting.extract(header);
+        current_header = std::move(header);
         current = found.empty() ? nullptr : found.mapped();
         addresses.clear();
         return true;

@@ -34,7 +34,7 @@ void CSystemConfig::LoadRules() {
   if (file.Open(RulesPath()) == 0) {
     std::string line;
     while (file.ReadLine(LINE_LIMIT, line)) {
-      const std::string_view pattern = TrimBlanks(line);
+      const std::string_view pattern = TrimBlanks(line.c_str());  // a NUL ends it
       if (known.insert(LowerCase(pattern)).second) rules.emplace_back(pattern);
     }
   }

@@ -1,7 +1,8 @@
 #include "pop3/maildrop.h"
 
-#include <algorithm>
+#include <new>
 #include <string_view>
+#include <utility>
 
 #include "core/base64.h"
 #include "core/dir_scan.h"
@@ -10,6 +11,7 @@
 #include "core/socket_text.h"
 #include "platform/file.h"
 #include "platform/text_stream.h"
+#include "platform/thread.h"
 
 namespace velnor {
 namespace {
@@ -33,9 +35,21 @@ std::string UniqueIdOf(std::string_view name) {
   return id;
 }
 
+MessageEntry RowOf(const std::string& inbox, const DirEntry& entry) {
+  MessageEntry row;
+  row.FilePath = JoinPath(inbox, entry.Name.c_str());
+  row.UniqueId = UniqueIdOf(entry.Name);
+  row.Size = entry.Size;
+  return row;
+}
+
+// A piece that a slow peer does not take leaves a gap. An end marker behind it would make the message look
+// whole to a peer that wakes up again, so nothing may follow.
 bool SendPiece(platform::Socket socket, std::string_view piece,
                platform::SendHint hint = platform::SendHint::LAST) {
-  return piece.empty() || SendString(socket, piece, hint) > 0;
+  if (piece.empty() || SendString(socket, piece, hint) > 0) return true;
+  platform::CloseSocket(socket);
+  return false;
 }
 
 // Ends a message on the wire. One that could not be read to its end gets no end marker: a client that took it
@@ -53,15 +67,15 @@ void SendEnd(platform::Socket socket, DotGuard& guard, platform::TextReader& mes
 
 Maildrop BuildMessageTable(const std::string& inbox) {
   Maildrop maildrop;
-  const auto scan = DirOpen(inbox);
-  while (const DirEntry* entry = DirNext(scan.get())) {
-    if (!IsMessageName(entry->Name) || entry->IsDirectory) continue;
-    MessageEntry row;
-    row.FilePath = JoinPath(inbox, entry->Name.c_str());
-    row.UniqueId = UniqueIdOf(entry->Name);
-    row.Size = entry->Size;
-    maildrop.TotalBytes += row.Size;
-    maildrop.Table.push_back(std::move(row));
+  try {
+    const auto scan = DirOpen(inbox);
+    while (const DirEntry* entry = DirNext(scan.get())) {
+      if (!IsMessageName(entry->Name) || entry->IsDirectory) continue;
+      maildrop.Table.push_back(RowOf(inbox, *entry));
+      maildrop.TotalBytes += entry->Size;
+    }
+  } catch (const std::bad_alloc&) {
+    // The session works on with the rows that found room.
   }
   return maildrop;
 }

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "core/session_service.h"
+#include "platform/socket.h"
 
 namespace velnor {
 
@@ -31,7 +31,7 @@ struct Maildrop {
 };
 
 // The rows of all messages in an Inbox, in the order of the directory. An Inbox that can't be scanned counts
-// as empty.
+// as empty, and a scan that runs out of memory ends with the rows it has.
 Maildrop BuildMessageTable(const std::string& inbox);
 
 // Deletes the file of every marked row. A file that can't be deleted stays and is not told of.
@@ -39,8 +39,8 @@ void CommitDeletions(const Maildrop& maildrop);
 
 // Sends a message file, whole or its first lines, as its text stream delivers it, and the end marker. What
 // came in by SMTP holds its dots doubled already; only a dot alone in a line is doubled here
-// (core/dot_guard.h). 1 if the file could be opened; 0 if not, and then nothing is sent. A file that fails to
-// be read to its end closes the connection.
+// (core/dot_guard.h). 1 if the file could be opened; 0 if not, and then nothing is sent. A message that could
+// not be read, or sent, to its end closes the connection.
 int SendMessageFile(platform::Socket socket, const std::string& path);
 int SendMessageHead(platform::Socket socket, const std::string& path, std::int32_t lines);
 

@@ -1,6 +1,5 @@
 #include "pop3/pop3_session.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <optional>

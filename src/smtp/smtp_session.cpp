@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdarg>
 #include <string>
+#include <vector>
 
 #include "core/base64.h"
 #include "core/command_loop.h"

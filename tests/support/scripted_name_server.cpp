@@ -31,7 +31,9 @@ std::string DnsLabels(std::string_view name) {
   return labels + '\0';
 }
 
-std::string DnsPointer(unsigned offset) { return DnsWord(0xC000 | offset); }
+std::string DnsPointer(unsigned offset) {
+  return DnsWord(0xC000 | offset);
+}
 
 DnsReply& DnsReply::Answer(unsigned type, const std::string& data) {
   ++answers_;
@@ -55,8 +57,8 @@ DnsReply& DnsReply::Counts(unsigned answers, unsigned additional) {
 }
 
 std::string DnsReply::Bytes() const {
-  return DnsWord(4575) + DnsWord(0x8180) + DnsWord(1) + DnsWord(answers_) + DnsWord(0) + DnsWord(additional_) +
-         question_ + DnsWord(DNS_MX) + DnsWord(1) + records_;
+  return DnsWord(4575) + DnsWord(0x8180) + DnsWord(1) + DnsWord(answers_) + DnsWord(0) +
+         DnsWord(additional_) + question_ + DnsWord(DNS_MX) + DnsWord(1) + records_;
 }
 
 ScriptedNameServer::ScriptedNameServer(Answer answer, int port, const char* address)

@@ -1,7 +1,7 @@
 // A name server that a test plays, over UDP on the loopback, and the bytes of replies.
 //
-// DnsReply builds a reply piece by piece, in the right form or in any wrong one. ScriptedNameServer gives each query to
-// the test's function and sends back what that makes of it.
+// DnsReply builds a reply piece by piece, in the right form or in any wrong one. ScriptedNameServer gives
+// each query to the test's function and sends back what that makes of it.
 #pragma once
 
 #include <cstdint>
@@ -26,8 +26,8 @@ std::string DnsWord(unsigned number);
 std::string DnsLabels(std::string_view name);
 std::string DnsPointer(unsigned offset);
 
-// A reply to a question for the exchangers of a name. The records follow in the order of the calls; counts say how many
-// there are unless they are set.
+// A reply to a question for the exchangers of a name. The records follow in the order of the calls; counts
+// say how many there are unless they are set.
 class DnsReply {
  public:
   explicit DnsReply(std::string_view question_name) : question_(DnsLabels(question_name)) {}
@@ -75,8 +75,9 @@ class ScriptedNameServer {
   std::jthread server_;
 };
 
-// An answer that knows the exchangers of some domains, each with its preference, and tells of any other that it does
-// not exist. A dotted address may stand for an exchanger's name: it is its own address in the host look-up.
+// An answer that knows the exchangers of some domains, each with its preference, and tells of any other that
+// it does not exist. A dotted address may stand for an exchanger's name: it is its own address in the host
+// look-up.
 using MxZone = std::map<std::string, std::vector<std::pair<unsigned, std::string>>>;
 ScriptedNameServer::Answer AnswerFrom(MxZone zone);
 

@@ -1,14 +1,13 @@
 // TCP peers that a test plays by a script, on the loopback and with the system's own calls.
 //
-// PeerConnection is one end of a connection: the script sends, reads, closes. ScriptedPeer listens on a port and plays
-// its script once for each connection, several at a time if they come so; PeerConnection::Connect is the other side, a
-// client. PlayExchanger is a ready script for a mail exchanger. Waits end after 40 seconds, so that a test that goes
-// wrong fails instead of hanging.
+// PeerConnection is one end of a connection: the script sends, reads, closes. ScriptedPeer listens on a port
+// and plays its script once for each connection, several at a time if they come so; PeerConnection::Connect
+// is the other side, a client. PlayExchanger is a ready script for a mail exchanger. Waits end after 40
+// seconds, so that a test that goes wrong fails instead of hanging.
 #pragma once
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -29,7 +28,8 @@ class PeerConnection {
   // Sends all of it, in one call while there is room. False once the other side is gone.
   bool Send(std::string_view bytes);
 
-  // What came up to and including `end`, or less if the other side closed or fell silent. Nothing behind it is taken.
+  // What came up to and including `end`, or less if the other side closed or fell silent. Nothing behind it
+  // is taken.
   std::string ReadUntil(std::string_view end);
   std::string ReadLine() { return ReadUntil("\n"); }
   std::string ReadToClose() { return ReadUntil({}); }
@@ -48,8 +48,8 @@ class ScriptedPeer {
  public:
   using Script = std::function<void(PeerConnection&)>;
 
-  // Listens at once; port 0 lets the system choose. The script runs on a thread of its own for each connection, which
-  // is closed at its end.
+  // Listens at once; port 0 lets the system choose. The script runs on a thread of its own for each
+  // connection, which is closed at its end.
   explicit ScriptedPeer(Script script, int port = 0, const char* address = "127.0.0.1");
   // Takes no more connections and waits until every script has ended.
   ~ScriptedPeer();
@@ -73,13 +73,15 @@ struct ExchangerReplies {
   std::string Greeting = "220 exchanger ready\r\n";
   std::string Helo = "250 hello\r\n";
   std::string MailFrom = "250 sender ok\r\n";
-  std::function<std::string(std::string_view line)> RcptTo = [](std::string_view) { return "250 recipient ok\r\n"; };
+  std::function<std::string(std::string_view line)> RcptTo = [](std::string_view) {
+    return "250 recipient ok\r\n";
+  };
   std::string Data = "354 go ahead\r\n";
   std::string EndOfData = "250 stored\r\n";
 };
 
-// What the exchanger got in one connection: the command lines with their line ends, and the text behind DATA up to and
-// including the end marker.
+// What the exchanger got in one connection: the command lines with their line ends, and the text behind DATA
+// up to and including the end marker.
 struct ExchangerLog {
   std::string Commands;
   std::string Message;

@@ -1,8 +1,8 @@
-"""What the system tests share: a namespace for each test class, a server to run in it, and a peer to talk to it.
+"""What the system tests share: a namespace for each test class, a server to run in it, a peer to talk to it.
 
-Every class runs in a process of its own, with its own network (so ports and the single-instance name are its own),
-its own mounts, its own process ids (so nothing outlives it) and a directory that goes with it. The classes of a file
-run at the same time.
+Every class runs in a process of its own, with its own network (so ports and the single-instance name are its
+own), its own mounts, its own process ids (so nothing outlives it) and a directory that goes with it. The
+classes of a file run at the same time.
 """
 
 import base64
@@ -23,7 +23,7 @@ from pathlib import Path
 
 SMTP_PORT, POP3_PORT = 2525, 1110
 DOMAIN, PASSWORD = "example.test", "secret"
-PATIENCE = 180  # seconds until something that must happen counts as missing; no test depends on how long it takes
+PATIENCE = 180  # seconds until something that must happen counts as missing
 PROGRAMS = Path(os.environ.get("VELNOR_BIN", Path(__file__).resolve().parents[2] / "build" / "bin"))
 
 DATE = rb"(?:Mon|Tue|Wed|Thu|Fri|Sat|Sun), \d\d [JFMASOND][a-z]{2} \d{4} \d\d:\d\d:\d\d [+-]\d{4}"
@@ -31,7 +31,7 @@ _DIRECTORY = "VELNOR_TEST_DIRECTORY"
 
 
 def main():
-    """Runs the calling file: each of its test classes in a namespace, all at once, or those named as arguments."""
+    """Runs the test classes of the calling file, or those named as arguments, each in its namespace."""
     script = sys.modules["__main__"]
     if _DIRECTORY in os.environ:
         _raise_loopback()
@@ -50,8 +50,9 @@ def _start_in_namespace(script, name, root):
     command = ["unshare", "--net", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
     if os.geteuid() != 0:
         command.append("--map-root-user")
-    run = subprocess.Popen(command + [sys.executable, script, name], env={**os.environ, _DIRECTORY: directory},
-                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    run = subprocess.Popen(command + [sys.executable, script, name], text=True,
+                           env={**os.environ, _DIRECTORY: directory},
+                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     return name, run
 
 
@@ -113,22 +114,17 @@ class SystemTest(unittest.TestCase):
         self.addCleanup(server.kill)
         return server
 
-    def assert_bytes(self, actual, expected):
-        """Equal bytes, where `<date>` in the expected ones stands for any date of a mail header."""
-        pattern = re.escape(expected).replace(re.escape(b"<date>"), DATE)
-        if not re.fullmatch(pattern, actual):
-            self.assertEqual(actual, expected)
-
     def assert_one(self, contents, expected):
-        """Exactly one of `contents` has the expected bytes."""
+        """Exactly one of `contents` has the expected bytes; `<date>` stands for any date of a header."""
         pattern = re.escape(expected).replace(re.escape(b"<date>"), DATE)
         hits = [content for content in contents if re.fullmatch(pattern, content)]
         if len(hits) != 1:
-            self.fail(f"{len(hits)} files instead of one with\n{expected}\namong\n" + "\n".join(map(repr, contents)))
+            self.fail("\n".join([f"{len(hits)} files instead of one with", repr(expected), "among",
+                                *map(repr, contents)]))
 
     def assert_closed_without_a_word(self, port, source=""):
         with Peer(port, source) as peer:
-            self.assertEqual(peer.rest(), b"")
+            self.assertEqual(peer.reply(), "")
 
 
 class Peer:
@@ -190,7 +186,10 @@ def log_on_pop3(user, password=PASSWORD):
 
 
 def hand_in(peer, sender, recipients, text):
-    """One message on a session that is ready for MAIL FROM. `text` is as on the wire, without its end marker."""
+    """The reply to one message on a session that is ready for MAIL FROM.
+
+    `text` is as on the wire, without its end marker.
+    """
     talk = [peer.say(f"MAIL FROM:<{sender}>")] + [peer.say(f"RCPT TO:<{address}>") for address in recipients]
     talk.append(peer.say("DATA"))
     assert talk[-1].startswith("354 "), talk
@@ -226,7 +225,7 @@ def write_profile(path, section, keys):
 
 
 class Server:
-    """One server with its directories: `home` is the working directory, `programs` holds the program, `mail` the mail.
+    """One server: `home` is its working directory, `programs` the program's, `mail` the mail root.
 
     The lines of its standard output gather in `log` for as long as nobody sets `listen` to False.
     """
@@ -268,15 +267,19 @@ class Server:
         return sorted(os.listdir(self.mail / "send"))
 
     def start(self, within=()):
-        """Starts the program, by the words of `within` if there are any, and returns when it has said that all services
-        were started."""
+        """Starts the program, by the words of `within` if there are any.
+
+        Returns when it has said that all services were started.
+        """
         self.log = []
         with open(self.errors, "wb") as errors:
             self.process = self.run(errors=errors, within=within)
         if self.listen:
-            self.reader = threading.Thread(target=self._read, args=(self.process.stdout, self.log), daemon=True)
+            self.reader = threading.Thread(target=self._read, daemon=True,
+                                           args=(self.process.stdout, self.log))
             self.reader.start()
-            wait_for("the start of the services", lambda: self.logged("AGENT server started") or self._ended())
+            wait_for("the start of the services",
+                     lambda: self.logged("AGENT server started") or self._ended())
         return self
 
     def run(self, directory=None, errors=subprocess.PIPE, within=()):
@@ -297,7 +300,8 @@ class Server:
 
     def messages(self):
         """The log lines with the time taken off: five letters of category, a blank, the message."""
-        return [re.sub(r"\A\[\d\d/\d\d \d\d:\d\d:\d\d\]:\[(.{5})\]  ", r"\1 ", line) for line in list(self.log)]
+        head = r"\A\[\d\d/\d\d \d\d:\d\d:\d\d\]:\[(.{5})\]  "
+        return [re.sub(head, r"\1 ", line) for line in list(self.log)]
 
     def logged(self, text):
         """The log lines so far that hold the text."""
@@ -314,6 +318,7 @@ class Server:
             self.process.wait()
 
     def wait(self):
+        """The exit status of a program that is about to end, after all of its output has been read."""
         status = self.process.wait(PATIENCE)
         if self.listen:
             self.reader.join()

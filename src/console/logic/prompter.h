@@ -1,8 +1,8 @@
 // Prompter: the seam between what the console decides and what the desktop asks the user.
 //
-// Message boxes, the folder chooser and the opening of files and pages stand behind it, so that every command's steps
-// can run under a test that gives the answers. The widgets bring the real one (console/widgets/desktop_prompter.h).
-// Console thread.
+// Message boxes, the folder chooser and the opening of files and pages stand behind it, so that every
+// command's steps can run under a test that gives the answers. The widgets bring the real one
+// (console/widgets/desktop_prompter.h). Console thread.
 #pragma once
 
 #include <optional>
@@ -23,11 +23,13 @@ class Prompter {
  public:
   virtual ~Prompter() = default;
 
-  // Shows a message box and waits for the answer. Closing a box answers CANCEL or NO where it has such a button.
+  // Shows a message box and waits for the answer. Closing a box answers CANCEL or NO where it has such a
+  // button.
   virtual PromptAnswer Show(std::string_view text, std::string_view caption, PromptButtons buttons,
                             PromptIcon icon) = 0;
 
-  // Lets the user choose one directory: its path, an empty text if the chooser gave none, or nothing on a cancel.
+  // Lets the user choose one directory: its path, an empty text if the chooser gave none, or nothing on a
+  // cancel.
   virtual std::optional<std::string> ChooseFolder(std::string_view title) = 0;
 
   // Opens a file or a page with the program that the desktop associates with it. No result.

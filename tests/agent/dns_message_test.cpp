@@ -1,0 +1,167 @@
+#include "agent/dns_message.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "support/scripted_name_server.h"
+
+namespace velnor {
+namespace {
+
+using namespace std::string_literals;
+using test::DnsLabels;
+using test::DnsPointer;
+using test::DnsReply;
+using test::DnsWord;
+
+const std::string LABEL_63(63, 'a');
+const std::string ADDRESS("\x7f\0\0\1", 4);
+
+// The place of the question's name, and of the name in the first answer, in replies about a.bc.
+constexpr unsigned QUESTION = 12;
+constexpr unsigned FIRST_MX_NAME = 12 + 6 + 4 + 14;
+
+// "10 host, 20 -" for the records of a result, with "-" for an empty name; "none" for none.
+std::string Show(const std::optional<MxResult>& result) {
+  if (!result) return "none";
+  std::string text;
+  for (const MxRecord& record : *result) {
+    text += (text.empty() ? "" : ", ") + std::to_string(record.Preference) + " ";
+    text += record.HostName.empty() ? "-" : record.HostName.c_str();
+  }
+  return text;
+}
+
+TEST(EncodeDnsName, LengthBeforeEachLabelAndNoneForWhatHasNoWireForm) {
+  EXPECT_EQ(EncodeDnsName("a.bc"), "\1a\2bc\0"s);
+  EXPECT_EQ(EncodeDnsName("localhost"), "\x9localhost\0"s);
+  EXPECT_EQ(EncodeDnsName(LABEL_63 + ".x"), "\x3f" + LABEL_63 + "\1x\0"s);
+
+  const std::string longest = LABEL_63 + "." + LABEL_63 + "." + LABEL_63 + "." + std::string(61, 'b');
+  ASSERT_EQ(longest.size(), 253u);
+  EXPECT_TRUE(EncodeDnsName(longest));
+  for (const std::string& name : {""s, "."s, ".a"s, "a..b"s, "a."s, LABEL_63 + "a.b", longest + "b"}) {
+    EXPECT_EQ(EncodeDnsName(name), std::nullopt) << name;
+  }
+}
+
+TEST(ExpandDnsName, FollowsPointersBackAndNothingElse) {
+  const std::string four_labels = DnsLabels(LABEL_63 + "." + LABEL_63 + "." + LABEL_63 + "." + LABEL_63);
+  const struct {
+    const char* what;
+    std::string bytes;
+    std::size_t offset;
+    std::string name;
+  } cases[] = {
+      {"labels", "\1a\2bc\0"s, 0, "a.bc"},
+      {"labels, then a pointer", "\2bc\0\1a\xC0\0"s, 4, "a.bc"},
+      {"a pointer to a pointer", "\2bc\0\xC0\0\xC0\4"s, 6, "bc"},
+      {"one top bit is a pointer too", "\2bc\0\x40\0"s, 4, "bc"},
+      {"the root", "\0"s, 0, ""},
+      {"255 characters", four_labels, 0, LABEL_63 + "." + LABEL_63 + "." + LABEL_63 + "." + LABEL_63},
+      {"256 characters and more", four_labels.substr(0, 256) + "\1a\0"s, 0, ""},
+      {"a pointer to itself", "\xC0\0"s, 0, ""},
+      {"a pointer to its own name", "\1a\xC0\0"s, 0, ""},
+      {"two pointers in a circle", "\xC0\2\xC0\0"s, 2, ""},
+      {"a pointer ahead", "\xC0\2\1a\0"s, 0, ""},
+      {"half a pointer", "\1a\0\xC0"s, 3, ""},
+      {"a label beyond the end", "\1a\5bc"s, 0, ""},
+      {"no end", "\1a"s, 0, ""},
+      {"an offset beyond the end", "\1a\0"s, 4, ""},
+      {"a NUL in a label", "\4host\5\0evil\0"s, 0, ""},
+      {"a line end in a label", "\3a\r\nb\0"s, 0, ""},
+      {"a dot in a label", "\3a.b\0"s, 0, ""},
+  };
+  for (const auto& c : cases) {
+    // A copy of exactly these bytes, so that a sanitizer sees a read beyond them.
+    const std::vector<char> bytes(c.bytes.begin(), c.bytes.end());
+    EXPECT_EQ(ExpandDnsName(bytes, c.offset).View(), c.name) << c.what;
+  }
+}
+
+TEST(ParseMxReply, TakesTheAnswersByTheFixedSteps) {
+  const std::string host = DnsLabels("mx");
+  std::string with_long_owner = DnsReply("a.bc").Mx(10, DnsPointer(QUESTION)).Mx(5, host).Bytes();
+  with_long_owner.replace(
+      with_long_owner.find(DnsPointer(QUESTION) + DnsWord(15) + DnsWord(1), FIRST_MX_NAME), 2,
+      "\1a\xC0\x0e"s);
+  const struct {
+    const char* what;
+    std::string reply;
+    std::string result;
+  } cases[] = {
+      {"no answer", DnsReply("a.bc").Bytes(), "none"},
+      {"by preference, equal ones as they came",
+       DnsReply("a.bc")
+           .Mx(20, DnsLabels("m1.a.bc"))
+           .Mx(10, "\2m2" + DnsPointer(QUESTION))
+           .Mx(10, host)
+           .Bytes(),
+       "10 m2.a.bc, 10 mx, 20 m1.a.bc"},
+      {"the greatest preference", DnsReply("a.bc").Mx(65535, host).Mx(32768, host).Bytes(),
+       "32768 mx, 65535 mx"},
+      {"a leading alias has no record, and is not followed",
+       DnsReply("a.bc").Answer(test::DNS_CNAME, DnsLabels("b.c")).Mx(10, host).Bytes(), "10 mx"},
+      {"an alias alone", DnsReply("a.bc").Answer(test::DNS_CNAME, DnsLabels("b.c")).Bytes(), ""},
+      {"an alias further on keeps its record",
+       DnsReply("a.bc").Mx(10, host).Answer(test::DNS_CNAME, DnsLabels("b.c")).Bytes(), "0 -, 10 mx"},
+      {"an address among the answers keeps an empty record, in front",
+       DnsReply("a.bc").Mx(10, host).Answer(test::DNS_A, ADDRESS).Mx(5, host).Bytes(), "0 -, 5 mx, 10 mx"},
+      {"additional addresses are walked over",
+       DnsReply("a.bc").Mx(10, host).Additional(test::DNS_A, ADDRESS).Bytes(), "10 mx"},
+      {"additional exchangers fill what answers left, and no more",
+       DnsReply("a.bc")
+           .Answer(test::DNS_A, ADDRESS)
+           .Additional(test::DNS_MX, DnsWord(7) + host)
+           .Additional(test::DNS_MX, DnsWord(8) + host)
+           .Bytes(),
+       "7 mx"},
+      {"another type ends the walk",
+       DnsReply("a.bc").Mx(10, host).Answer(28, std::string(16, '\1')).Mx(5, host).Bytes(),
+       "0 -, 0 -, 10 mx"},
+      {"an owner name of more than two bytes is stepped over", with_long_owner, "5 mx, 10 a.bc"},
+      {"the root as exchanger", DnsReply("a.bc").Mx(0, "\0"s).Bytes(), "0 -"},
+      {"a name that can be no host's", DnsReply("a.bc").Mx(10, "\2a\0"s + host).Bytes(), "10 -"},
+      {"a pointer to itself", DnsReply("a.bc").Mx(10, DnsPointer(FIRST_MX_NAME)).Mx(20, host).Bytes(),
+       "10 -, 20 mx"},
+      {"a pointer beyond the end", DnsReply("a.bc").Mx(10, DnsPointer(4000)).Bytes(), "10 -"},
+      {"more answers counted than there are bytes for",
+       DnsReply("a.bc").Mx(10, host).Counts(65535, 65535).Bytes(), "10 mx"},
+      {"a count without bytes", DnsReply("a.bc").Counts(65535, 65535).Bytes(), "none"},
+      {"a header alone", DnsReply("a.bc").Counts(65535, 65535).Bytes().substr(0, 12), "none"},
+      {"half a header", DnsReply("a.bc").Mx(10, host).Bytes().substr(0, 11), "none"},
+      {"half a question", DnsReply("a.bc").Mx(10, host).Bytes().substr(0, 15), "none"},
+      {"a pointer in the question", DnsReply("a.bc").Mx(10, host).Bytes().replace(12, 2, DnsPointer(12)),
+       "none"},
+      {"a record's length that leads out of the reply",
+       DnsReply("a.bc").Mx(10, host).Mx(20, host).Bytes().replace(FIRST_MX_NAME - 4, 2, DnsWord(65535)),
+       "0 -, 10 mx"},
+      {"a record that ends behind its preference",
+       DnsReply("a.bc").Mx(10, host).Bytes().substr(0, FIRST_MX_NAME), "10 -"},
+      {"a record that ends before its preference",
+       DnsReply("a.bc").Mx(10, host).Bytes().substr(0, FIRST_MX_NAME - 1), "0 -"},
+  };
+  for (const auto& c : cases) {
+    const std::vector<char> bytes(c.reply.begin(), c.reply.end());
+    EXPECT_EQ(Show(ParseMxReply(bytes)), c.result) << c.what;
+  }
+  EXPECT_EQ(ParseMxReply({}), std::nullopt) << "no bytes";
+}
+
+TEST(SortMxRecords, RecordsOfTheSamePreferenceKeepTheirOrder) {
+  constexpr unsigned COUNT = 100;
+  MxResult records(COUNT);
+  for (unsigned i = 0; i < COUNT; ++i) {
+    records[i].Preference = static_cast<std::uint16_t>(i % 2 == 0 ? 20 : 10);
+    records[i].HostName.Format("%03u", i);
+  }
+  SortMxRecords(records);
+  EXPECT_TRUE(std::is_sorted(records.begin(), records.end(), [](const MxRecord& a, const MxRecord& b) {
+    return std::pair(a.Preference, a.HostName.View()) < std::pair(b.Preference, b.HostName.View());
+  }));
+}
+
+}  // namespace
+}  // namespace velnor

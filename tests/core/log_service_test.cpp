@@ -1,0 +1,194 @@
+// The log: the form of a line, the daily file through a change of day, the sweep, and the bounded queue.
+
+#include "core/log_service.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <regex>
+#include <thread>
+
+#include "core/log_queue.h"
+#include "core/system_config.h"
+#include "core/text.h"
+#include "platform/clock.h"
+#include "support/test_world.h"
+
+namespace velnor::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t DAY = 24 * 60 * 60;
+
+// Tomorrow's noon in UTC: near enough to the real time, which file systems write down, that no file is old
+// yet.
+const std::int64_t NOON = (std::time(nullptr) / DAY + 1) * DAY + DAY / 2;
+
+std::string Date(std::int64_t moment, const char* format) {
+  const std::time_t seconds = moment;
+  std::tm parts{};
+  ::gmtime_r(&seconds, &parts);
+  char room[32];
+  return {room, std::strftime(room, sizeof room, format, &parts)};
+}
+
+class LogService : public ::testing::Test {
+ protected:
+  LogService() {
+    ::setenv("TZ", "UTC0", 1);
+    ::tzset();
+    SetClock(NOON);
+  }
+  ~LogService() override {
+    LogServiceStop();
+    platform::SetClockOffset(0);
+  }
+
+  static void SetClock(std::int64_t moment) { platform::SetClockOffset(moment - std::time(nullptr)); }
+
+  void Start() {
+    g_SystemConfig.LogToFile = 1;
+    EXPECT_EQ(LogServiceStart(directory_.string()), 0);
+  }
+
+  // The finished lines that the list has got since the last call.
+  static std::vector<std::string> Lines() {
+    std::uint64_t dropped = 0;
+    std::vector<std::string> lines;
+    for (LogLine& line : CServerApp::Current()->LogLines.Take(1000, dropped))
+      lines.push_back(std::move(line.Text));
+    return lines;
+  }
+
+  TestWorld world_;
+  const fs::path directory_ = world_.Root() / "daily" / "";
+  const fs::path today_ = directory_ / Date(NOON, "%Y_%m_%d.txt");
+  const fs::path tomorrow_ = directory_ / Date(NOON + DAY, "%Y_%m_%d.txt");
+};
+
+TEST_F(LogService, LinesHaveTimeLabelAndAMessageOfLimitedLength) {
+  const std::pair<int, const char*> labels[] = {{LOG_SYS, "SYS  "}, {LOG_POP3, "POP3 "},  {LOG_SMTP, "SMTP "},
+                                                {LOG_WWW, "WWW  "}, {LOG_AGENT, "AGENT"}, {7, "SYS  "},
+                                                {-1, "SYS  "}};
+  for (const auto& [category, label] : labels) {
+    WriteLog(category, "[%d]S: %s", 12, "250 %s ok");
+    const std::string form = R"(\[)" + Date(NOON, "%m/%d 12:00") + R"(:\d\d\]:\[)" + std::string(label) +
+                             R"(\]  \[12\]S: 250 %s ok\r\n)";
+    EXPECT_TRUE(std::regex_match(Lines().at(0), std::regex(form))) << label;
+  }
+  const std::pair<std::size_t, std::size_t> lengths[] = {{0, 28}, {995, 1023}, {996, 1023}, {5000, 1023}};
+  for (const auto& [message, line] : lengths) {
+    WriteLog(LOG_SMTP, "%s", std::string(message, 'x').c_str());
+    const std::string text = Lines().at(0);
+    EXPECT_EQ(text.size(), line);
+    EXPECT_TRUE(text.ends_with("\r\n") && text[text.size() - 3] == (message == 0 ? ' ' : 'x'));
+  }
+}
+
+TEST_F(LogService, TheFileGetsLinesWhileTheSettingSaysSo) {
+  WriteLog(LOG_SMTP, "before the start");
+  Start();
+  EXPECT_EQ(ReadFile(today_), "");
+  EXPECT_TRUE(fs::exists(today_)) << "the file of today exists after every start";
+  g_SystemConfig.LogToFile = 0;
+  WriteLog(LOG_SMTP, "list only");
+  g_SystemConfig.LogToFile = 1;
+  WriteLog(LOG_SMTP, "both");
+  g_SystemConfig.LogToFile = 0;
+  const std::vector<std::string> lines = Lines();
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(ReadFile(today_), Replaced(lines[2], "\n", "\r\n"));
+
+  LogServiceStop();
+  g_SystemConfig.LogToFile = 1;
+  fs::remove(today_);
+  WriteLog(LOG_SMTP, "after the stop");
+  EXPECT_FALSE(fs::exists(today_));
+}
+
+TEST_F(LogService, TheFirstLineOfADayOpensItsFileAndSweeps) {
+  Start();
+  WriteLog(LOG_SMTP, "first day");
+  const std::string first = ReadFile(today_);
+  SetClock(NOON + DAY);
+  WriteLog(LOG_SMTP, "second day");
+  EXPECT_EQ(ReadFile(today_), first);
+  EXPECT_TRUE(ReadFile(tomorrow_).starts_with(Date(NOON + DAY, "[%m/%d 12:00:")));
+  WriteFile(directory_ / "stray", "x");
+  SetClock(NOON + 33 * DAY);
+  if (Date(NOON + 33 * DAY, "%d") == Date(NOON + DAY, "%d")) SetClock(NOON + 34 * DAY);
+  WriteLog(LOG_SMTP, "a month later");
+  EXPECT_EQ(FileNames(directory_).size(), 1u);
+}
+
+TEST_F(LogService, FilesOlderThanThirtyDaysGo) {
+  // What a file system writes down as the creation of these is the real time.
+  platform::SetClockOffset(0);
+  fs::create_directories(directory_ / "below");
+  WriteFile(directory_ / "stray.anything", "x");
+  WriteFile(directory_ / "below" / "kept", "x");
+  for (const std::int64_t age : {30 * DAY - 60, 30 * DAY + 60}) {
+    platform::SetClockOffset(age);
+    Start();
+    EXPECT_EQ(fs::exists(directory_ / "stray.anything"), age < 30 * DAY);
+    LogServiceStop();
+  }
+  EXPECT_TRUE(fs::exists(directory_ / "below" / "kept"));
+}
+
+TEST_F(LogService, WithoutAFileLinesReachTheListAndTheNextDayTriesAgain) {
+  fs::create_directories(directory_);
+  fs::create_directory(today_);
+  Start();
+  WriteLog(LOG_SMTP, "no file");
+  fs::remove(today_);
+  WriteLog(LOG_SMTP, "still none");
+  EXPECT_FALSE(fs::exists(today_));
+  SetClock(NOON + DAY);
+  WriteLog(LOG_SMTP, "a new day");
+  EXPECT_EQ(Lines().size(), 3u);
+  EXPECT_EQ(FileNames(directory_), std::vector<std::string>{tomorrow_.filename().string()});
+}
+
+TEST_F(LogService, LinesOfManyThreadsStayWholeThroughAChangeOfDay) {
+  constexpr int THREADS = 4;
+  constexpr int LINES = 150;
+  Start();
+  std::vector<std::thread> threads;
+  for (int t = 0; t < THREADS; ++t) {
+    threads.emplace_back([t] {
+      for (int i = 0; i < LINES; ++i) {
+        if (t == 0 && i == LINES / 2) SetClock(NOON + DAY);
+        WriteLog(LOG_AGENT, "%s.", std::string(200, static_cast<char>('a' + t)).c_str());
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  const std::string stored = ReadFile(today_) + ReadFile(tomorrow_);
+  const std::regex form(R"(\[[^\]]*\]:\[AGENT\]  (a+|b+|c+|d+)\.\r\r\n)");
+  const auto count =
+      std::distance(std::sregex_iterator(stored.begin(), stored.end(), form), std::sregex_iterator());
+  EXPECT_EQ(count, THREADS * LINES);
+  EXPECT_EQ(stored.size(), static_cast<std::size_t>(count) * (26 + 201 + 3));
+}
+
+TEST(LogLineQueue, DropsTheOldestAndWakesOnlyAnEmptyQueuesReader) {
+  LogLineQueue queue;
+  int woken = 0;
+  queue.SetNotifier([&] { ++woken; });
+  for (std::size_t i = 0; i < LogLineQueue::CAPACITY + 3; ++i) queue.Put(LOG_SMTP, std::to_string(i));
+  EXPECT_EQ(woken, 1);
+  std::uint64_t dropped = 0;
+  EXPECT_EQ(queue.Take(2, dropped).at(0).Text, "3");
+  EXPECT_EQ(dropped, 3u);
+  EXPECT_EQ(queue.Take(LogLineQueue::CAPACITY, dropped).size(), LogLineQueue::CAPACITY - 2);
+  EXPECT_EQ(dropped, 0u);
+  EXPECT_TRUE(queue.Take(1, dropped).empty());
+  queue.Put(LOG_POP3, "again");
+  EXPECT_EQ(woken, 2);
+}
+
+}  // namespace
+}  // namespace velnor::test

@@ -1,0 +1,152 @@
+// The mail store: names that lead nowhere else, log-on, and the walks over a tree.
+
+#include "core/mail_store.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "core/system_config.h"
+#include "support/test_world.h"
+
+namespace velnor::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class MailStore : public ::testing::Test {
+ protected:
+  TestWorld world_;
+  const fs::path alice_ = world_.AddAccount("example.test", "Alice", "Secret");
+};
+
+TEST_F(MailStore, NamesMatchWithoutCaseAndStayInTheTree) {
+  const fs::path domain = world_.MailRoot() / "example.test";
+  for (const char* name : {"bob", "BOB", "Bob"}) fs::create_directory(domain / name);
+  const struct {
+    std::string Domain, User;
+    const char* Directory;  // below the mail root; none for a name that is refused
+  } cases[] = {
+      {"example.test", "alice", "example.test/Alice"},
+      {"EXAMPLE.TEST", "ALICE", "example.test/Alice"},
+      {"example.test", "bob", "example.test/bob"},
+      {"example.test", "boB", "example.test/BOB"},
+      {"example.test", "new", "example.test/new"},
+      {"example.test", "..", nullptr},
+      {"..", "mail", nullptr},
+      {".", "alice", nullptr},
+      {"", "alice", nullptr},
+      {"example.test", "", nullptr},
+      {"example.test", "../example.test/Alice", nullptr},
+      {"example.test", "a\\b", nullptr},
+      {"example.test", std::string("a\0b", 3), nullptr},
+      {"example.test", "a\x7f", nullptr},
+      {"example.test/Alice", "MailDir", nullptr},
+      {"example.test", "...", "example.test/..."},
+  };
+  for (const auto& each : cases) {
+    const auto directory = UserDirectory(each.Domain, each.User);
+    EXPECT_EQ(directory.has_value(), each.Directory != nullptr) << each.Domain << " " << each.User;
+    if (directory && each.Directory != nullptr) {
+      EXPECT_EQ(*directory, (world_.MailRoot() / each.Directory).string());
+    }
+  }
+}
+
+TEST_F(MailStore, AFaultIsNotAMissingInbox) {
+  std::string inbox;
+  EXPECT_EQ(FindInbox("example.test", "ALICE", inbox), InboxState::PRESENT);
+  EXPECT_EQ(inbox, world_.Inbox("example.test", "Alice").string());
+  EXPECT_EQ(FindInbox("example.test", "nobody", inbox), InboxState::MISSING);
+  EXPECT_EQ(FindInbox("example.test", "../Alice", inbox), InboxState::MISSING);
+  EXPECT_EQ(FindInbox("example.test", std::string(300, 'x'), inbox), InboxState::MISSING);
+
+  rlimit usual{};
+  ::getrlimit(RLIMIT_NOFILE, &usual);
+  rlimit none = usual;
+  none.rlim_cur = 0;
+  ::setrlimit(RLIMIT_NOFILE, &none);
+  const InboxState exact = FindInbox("example.test", "Alice", inbox);
+  const InboxState by_scan = FindInbox("example.test", "ALICE", inbox);
+  ::setrlimit(RLIMIT_NOFILE, &usual);
+  EXPECT_EQ(exact, InboxState::PRESENT);
+  EXPECT_EQ(by_scan, InboxState::FAULT);
+
+  fs::remove_all(alice_ / "MailDir");
+  EXPECT_EQ(FindInbox("example.test", "Alice", inbox), InboxState::MISSING);
+  fs::rename(world_.MailRoot(), world_.Root() / "away");
+  EXPECT_EQ(FindInbox("example.test", "Alice", inbox), InboxState::FAULT);
+}
+
+TEST_F(MailStore, LogOnNeedsDomainProfileSwitchAndPassword) {
+  fs::create_directories(world_.MailRoot() / "example.test" / "noprofile");
+  fs::create_directories(world_.MailRoot() / "stray.test");
+  fs::copy(alice_, world_.MailRoot() / "stray.test" / "alice", fs::copy_options::recursive);
+  world_.AddAccount("example.test", "off", "Secret", "Pop3Enable=0\n");
+  world_.AddAccount("example.test", "long", std::string(40, 'p'));
+  const struct {
+    const char* User;
+    const char* Domain;
+    std::string Password;
+    bool Passes;
+  } cases[] = {
+      {"alice", "example.test", "Secret", true},
+      {"ALICE", "EXAMPLE.test", "sECRET", true},
+      {"alice", "example.test", "secret1", false},
+      {"alice", "example.test", "", false},
+      {"nobody", "example.test", "", false},
+      {"noprofile", "example.test", "", false},
+      {"alice", "stray.test", "Secret", false},
+      {"off", "example.test", "Secret", false},
+      {"../example.test/Alice", "example.test", "Secret", false},
+      {"long", "example.test", std::string(32, 'P'), true},
+      {"long", "example.test", std::string(40, 'p'), false},
+  };
+  for (const auto& each : cases) {
+    EXPECT_EQ(Authenticate(each.User, each.Password, each.Domain, "Pop3Enable").has_value(), each.Passes)
+        << each.User << " " << each.Domain << " " << each.Password;
+  }
+}
+
+TEST_F(MailStore, DeleteTreeTakesLinksAndNotWhatTheyPointTo) {
+  const fs::path outside = world_.Root() / "outside";
+  fs::create_directories(outside / "below");
+  WriteFile(outside / "file", "kept");
+  fs::create_directory_symlink(outside, alice_ / "link");
+  fs::create_symlink(outside / "file", alice_ / "MailDir" / "link");
+  WriteFile(alice_ / "MailDir" / "Inbox" / ".hidden", "x");
+  EXPECT_EQ(DeleteTree(alice_.string()), 1);
+  EXPECT_FALSE(fs::exists(alice_));
+
+  fs::create_directory_symlink(outside, alice_);
+  EXPECT_EQ(DeleteTree(alice_.string()), 1);
+  EXPECT_FALSE(fs::is_symlink(alice_));
+  EXPECT_EQ(FileNames(outside), (std::vector<std::string>{"below", "file"}));
+  EXPECT_EQ(DeleteTree((outside / "missing").string()), 0);
+  EXPECT_EQ(DeleteTree((outside / "file").string()), 0);
+}
+
+TEST_F(MailStore, MeasuresWhatIsNoIniFile) {
+  const fs::path inbox = world_.Inbox("example.test", "Alice");
+  for (const char* name : {"n1", "20240101", "ini", "x.inix"}) WriteFile(inbox / name, "12345");
+  for (const char* name : {"x.INI", ".ini", "allow.ini"}) WriteFile(alice_ / name, "12345");
+  fs::create_directory(inbox / "below");
+  WriteFile(inbox / "below" / "n2", "123");
+  fs::create_directory_symlink(world_.Root(), inbox / "l");
+  const auto link_size = static_cast<std::int32_t>(world_.Root().string().size());
+  std::int32_t count = 10;
+  std::int32_t bytes = 100;
+  EXPECT_EQ(MeasureMailbox(alice_.string(), count, bytes), 1);
+  EXPECT_EQ(count, 10 + 6);
+  EXPECT_EQ(bytes, 100 + 4 * 5 + 3 + link_size);
+
+  for (const char* name : {"n3", "n4"}) {
+    WriteFile(inbox / name, "");
+    fs::resize_file(inbox / name, 3'000'000'000);
+  }
+  MeasureMailbox(alice_.string(), count, bytes);
+  EXPECT_EQ(bytes, INT32_MAX);
+  EXPECT_EQ(MeasureMailbox("/missing", count, bytes), 1);
+}
+
+}  // namespace
+}  // namespace velnor::test

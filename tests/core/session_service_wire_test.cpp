@@ -1,0 +1,150 @@
+// The listener and its session table, with a protocol that echoes.
+
+#include "core/session_service.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "core/command_loop.h"
+#include "core/log_service.h"
+#include "core/socket_text.h"
+#include "support/scripted_peer.h"
+#include "support/test_world.h"
+
+namespace velnor::test {
+namespace {
+
+class EchoSession : public SessionProtocol {
+ public:
+  explicit EchoSession(SessionSlot& slot) : slot_(slot) {}
+  void Greet() override {
+    SendFormat(slot_.Socket, "slot %d errors %d\n", slot_.SlotIndex, slot_.ErrorCount++);
+  }
+  void LogLine(std::string_view) override {}
+  Session HandleLine(std::string_view line) override {
+    SendString(slot_.Socket, "<" + std::string(line) + ">\n");
+    return line == "quit" ? Session::ENDS : Session::GOES_ON;
+  }
+  void TimedOut() override {}
+  void Disconnected() override { WriteLog(LOG_SYS, "slot %d disconnected", slot_.SlotIndex); }
+
+ private:
+  SessionSlot& slot_;
+};
+
+void EchoThread(SessionSlot& slot);
+SessionService g_Echo{.Name = "ECHO",
+                      .LogCategory = LOG_SYS,
+                      .PortSetting = &CSystemConfig::SmtpPort,
+                      .SessionThread = EchoThread};
+void EchoThread(SessionSlot& slot) {
+  EchoSession session(slot);
+  RunSession(g_Echo, slot, session);
+}
+
+class SessionTable : public ::testing::Test {
+ protected:
+  SessionTable() {
+    platform::StartSockets();
+    g_SystemConfig.SmtpPort = FreePort();
+  }
+  ~SessionTable() override { StopSessionService(g_Echo); }
+
+  static std::unique_ptr<PeerConnection> Connect() {
+    return PeerConnection::Connect(g_SystemConfig.SmtpPort);
+  }
+  bool HasLogged(const std::string& message) {
+    const auto messages = world_.LogMessages();
+    return std::find(messages.begin(), messages.end(), message) != messages.end();
+  }
+
+  TestWorld world_;
+};
+
+TEST_F(SessionTable, HoldsNinetyNineSessionsAndUsesFreedSlotsAgain) {
+  StartSessionService(g_Echo);
+  EXPECT_TRUE(HasLogged("ECHO server started, listen " + std::to_string(g_SystemConfig.SmtpPort) + " port"));
+  std::vector<std::unique_ptr<PeerConnection>> clients;
+  for (int i = 0; i < MAX_SESSIONS; ++i) {
+    clients.push_back(Connect());
+    ASSERT_EQ(clients.back()->ReadLine(), "slot " + std::to_string(i) + " errors 0\n");
+  }
+  EXPECT_EQ(g_Echo.SessionCount, 99);
+  EXPECT_EQ(Connect()->ReadToClose(), "");
+
+  for (const int freed : {41, 7}) {
+    clients[static_cast<std::size_t>(freed)]->Send("quit\r\n");
+    EXPECT_EQ(clients[static_cast<std::size_t>(freed)]->ReadToClose(), "<quit>\n");
+    EXPECT_TRUE(world_.WaitForLog("slot " + std::to_string(freed) + " disconnected"));
+  }
+  EXPECT_TRUE(WaitUntil([] { return g_Echo.SessionCount == 97; }));
+  g_SystemConfig.AddRule("127.*");
+  EXPECT_EQ(Connect()->ReadToClose(), "");
+  g_SystemConfig.DeleteRule("127.*");
+  const auto next = Connect();
+  EXPECT_EQ(next->ReadLine(), "slot 7 errors 0\n");
+  EXPECT_NE(OpenSlot(g_Echo, 7), nullptr);
+  for (const int closed : {-1, 41, 99, 100}) EXPECT_EQ(OpenSlot(g_Echo, closed), nullptr) << closed;
+
+  StopSessionService(g_Echo);
+  EXPECT_EQ(g_Echo.SessionCount, 0);
+  EXPECT_TRUE(HasLogged("ECHO server ended"));
+  EXPECT_EQ(next->ReadToClose(), "");
+  for (const auto& client : clients) EXPECT_EQ(client->ReadToClose(), "");
+  EXPECT_EQ(Connect(), nullptr);
+}
+
+TEST_F(SessionTable, StopAndStartTakeTheSamePortAtOnce) {
+  for (int round = 0; round < 5; ++round) {
+    StartSessionService(g_Echo);
+    const auto client = Connect();
+    ASSERT_NE(client, nullptr);
+    EXPECT_EQ(client->ReadLine(), "slot 0 errors 0\n");
+    StopSessionService(g_Echo);
+    EXPECT_EQ(client->ReadToClose(), "");
+  }
+}
+
+TEST_F(SessionTable, ATakenPortIsToldAndTriedAgainAtTheNextStart) {
+  {
+    const ScriptedPeer other([](PeerConnection&) {});
+    g_SystemConfig.SmtpPort = other.Port();
+    StartSessionService(g_Echo);
+    EXPECT_EQ(world_.LogMessages(), std::vector<std::string>{"can't bind " + std::to_string(other.Port()) +
+                                                             " port, err:Address already in use"});
+    EXPECT_EQ(g_Echo.Listening, 0);
+    StopSessionService(g_Echo);
+  }
+  StartSessionService(g_Echo);
+  EXPECT_EQ(Connect()->ReadLine(), "slot 0 errors 0\n");
+  StopSessionService(g_Echo);
+
+  g_SystemConfig.SmtpPort = 70'000;
+  StartSessionService(g_Echo);
+  EXPECT_TRUE(HasLogged("can't bind 70000 port, err:Invalid argument"));
+}
+
+TEST_F(SessionTable, LinesAreTrimmedCutAtANulAndReadInPieces) {
+  StartSessionService(g_Echo);
+  const auto client = Connect();
+  client->ReadLine();
+  const std::string line = std::string(COMMAND_LINE_LIMIT, 'x');
+  const std::pair<std::string, std::string> cases[] = {
+      {" \tnoop \t\r\n", "<noop>\n"},
+      {std::string("noop\0quit\r\n", 11), "<noop>\n"},
+      {"\n", "<>\n"},
+      {line + "y\r\n", "<" + line + ">\n<y>\n"},
+      {"quit\r\n", "<quit>\n"},
+  };
+  for (const auto& [sent, replies] : cases) {
+    client->Send(sent);
+    std::string received;
+    while (received.size() < replies.size()) received += client->ReadLine();
+    EXPECT_EQ(received, replies);
+  }
+  EXPECT_EQ(client->ReadToClose(), "");
+}
+
+}  // namespace
+}  // namespace velnor::test

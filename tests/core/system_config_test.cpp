@@ -1,0 +1,198 @@
+// The configuration: its files, the domains, and readers while it changes.
+
+#include "core/system_config.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "core/settings.h"
+#include "support/test_world.h"
+
+namespace velnor::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class SystemConfig : public ::testing::Test {
+ protected:
+  void Load(const std::string& keys) {
+    WriteFile(Ini(), "[System]\nMailPath=" + world_.MailRoot().string() + "\n" + keys);
+    g_SystemConfig.LoadConfig();
+  }
+  fs::path Ini() const { return world_.Work() / "velnor.ini"; }
+  static NameTable Domains() { return *g_SystemConfig.LocalDomains.Get(); }
+  bool HasDirectory(const std::string& domain) const { return fs::is_directory(world_.MailRoot() / domain); }
+
+  TestWorld world_;
+};
+
+TEST_F(SystemConfig, AFirstStartMakesWhatIsMissingAndSavesNothing) {
+  const fs::path work = world_.Root() / "first";
+  const fs::path app = world_.Root() / "program";
+  fs::create_directories(work);
+  fs::create_directories(app);
+  g_SystemConfig.Open(work.string(), app.string());
+  EXPECT_EQ(FileNames(work), (std::vector<std::string>{"logs", "maillist.ini", "velnor.ini"}));
+  EXPECT_EQ(FileNames(app), std::vector<std::string>{"send"});
+  EXPECT_EQ(fs::file_size(work / "velnor.ini") + fs::file_size(work / "maillist.ini"), 0u);
+  EXPECT_TRUE(Domains().empty());
+  EXPECT_EQ(g_SystemConfig.DefaultDomain(), "localhost");
+  g_SystemConfig.SaveConfig();
+  EXPECT_EQ(ReadFile(work / "velnor.ini"),
+            "[System]\nMailPath=" + app.string() + "\nWebPath=" + app.string() +
+                "\nPop3Port=110\nSmtpPort=25\nWebPort=80\nAutoStart=0\nLogToFile=0\nAntiSpamLevel=0\n"
+                "MaxSizePerMail=5\nPrimaryDNS=\nSecondaryDNS=\n");
+
+  // Where nothing can be made or read, all is as if it were absent.
+  const fs::path nowhere = world_.Root() / "nowhere";
+  g_SystemConfig.Open(nowhere.string(), (world_.Root() / "none").string());
+  EXPECT_FALSE(fs::exists(nowhere));
+  EXPECT_EQ(g_SystemConfig.Pop3Port, 110);
+  EXPECT_EQ(g_SystemConfig.AddDomain("a.test"), 0);
+}
+
+TEST_F(SystemConfig, EverySettingComesBack) {
+  const std::string written =
+      "WebPath=/web\nPop3Port=1110\nSmtpPort=2525\nWebPort=8080\nAutoStart=2\nLogToFile=1\nAntiSpamLevel=3\n"
+      "MaxSizePerMail=30\nPrimaryDNS=192.0.2.1\nSecondaryDNS=192.0.2.2\nLocalDomain=a.test|\n";
+  Load(written);
+  const std::string before = ReadFile(Ini());
+  for (const Setting& setting : AllSettings()) {
+    EXPECT_NE(before.find(std::string(setting.Key) + "=" + SettingValue(g_SystemConfig, setting) + "\n"),
+              std::string::npos)
+        << setting.Key;
+  }
+  g_SystemConfig.SaveConfig();
+  g_SystemConfig.SaveDomains();
+  EXPECT_EQ(ReadFile(Ini()), before);
+  EXPECT_EQ(FindSetting("smtpport")->Number, &CSystemConfig::SmtpPort);
+  EXPECT_EQ(FindSetting("Smtp"), nullptr);
+
+  Load("Pop3Port=12x\nSmtpPort=x\nWebPort=99999999999\nMaxSizePerMail=-5\nPrimaryDNS=" +
+       std::string(100, '1') + "\n");
+  EXPECT_EQ(g_SystemConfig.Pop3Port, 12);
+  EXPECT_EQ(g_SystemConfig.SmtpPort, 0);
+  EXPECT_EQ(g_SystemConfig.WebPort, INT32_MAX);
+  EXPECT_EQ(g_SystemConfig.MaxSizePerMail, 0);
+  EXPECT_EQ(g_SystemConfig.PrimaryDNS.Get().size(), 48u);
+}
+
+TEST_F(SystemConfig, DomainsAreReadTrimmedAndOnce) {
+  const std::string long_list = [] {
+    std::string list;
+    while (list.size() < 1100) list += "d" + std::to_string(list.size()) + ".test|";
+    return list;
+  }();
+  const struct {
+    std::string Listed;
+    NameTable Loaded;
+  } cases[] = {
+      {"a.test| b.test|", {"a.test", "b.test"}},
+      {"E.test|e.TEST|A.test", {"E.test", "A.test"}},
+      {"||  |\t|", {}},
+      {"../out|.|..|a/b|a\\b|send|SEND|w*d|ok.test", {"ok.test"}},
+  };
+  for (const auto& each : cases) {
+    Load("LocalDomain=" + each.Listed + "\n");
+    EXPECT_EQ(Domains(), each.Loaded) << each.Listed;
+    for (const std::string& domain : each.Loaded) {
+      EXPECT_TRUE(HasDirectory(domain == "A.test" ? "a.test" : domain)) << domain;
+    }
+  }
+  EXPECT_FALSE(fs::exists(world_.Root() / "out"));
+  Load("LocalDomain=" + long_list + "\n");
+  std::string joined;
+  for (const std::string& domain : Domains()) joined += domain + "|";
+  EXPECT_EQ(joined.substr(0, joined.size() - 1), long_list.substr(0, joined.size() - 1));
+  EXPECT_NEAR(static_cast<double>(joined.size()), 1022, 1);
+}
+
+TEST_F(SystemConfig, DomainsAreAddedRenamedAndDeletedWithTheirDirectories) {
+  fs::create_directories(world_.MailRoot() / "there.test" / "user");
+  EXPECT_EQ(g_SystemConfig.AddDomain("there.test"), 1);
+  EXPECT_TRUE(HasDirectory("there.test/user"));
+  EXPECT_EQ(g_SystemConfig.AddDomain("new.test"), 1);
+  EXPECT_EQ(g_SystemConfig.AddDomain("NEW.test"), 0);
+  for (const char* bad : {"", ".", "..", "a/b", "a\nb", "a|b", "send", "*"}) {
+    EXPECT_EQ(g_SystemConfig.AddDomain(bad), 0) << bad;
+    EXPECT_EQ(g_SystemConfig.UpdateDomain("new.test", bad), 0) << bad;
+  }
+  WriteFile(world_.MailRoot() / "file.test", "");
+  EXPECT_EQ(g_SystemConfig.AddDomain("file.test"), 0);
+
+  EXPECT_EQ(g_SystemConfig.UpdateDomain("none.test", "x.test"), 0);
+  EXPECT_EQ(g_SystemConfig.UpdateDomain("THERE.test", "moved.test"), 1);
+  EXPECT_TRUE(HasDirectory("moved.test/user") && !HasDirectory("there.test"));
+  fs::create_directory(world_.MailRoot() / "kept.test");
+  EXPECT_EQ(g_SystemConfig.UpdateDomain("moved.test", "kept.test"), 1);
+  EXPECT_TRUE(HasDirectory("moved.test/user") && !HasDirectory("kept.test/user"));
+  EXPECT_EQ(Domains(), (NameTable{"kept.test", "new.test"}));
+
+  const struct {
+    const char* Name;
+    int Local;
+  } lookups[] = {{"KEPT.Test", 1}, {"kept.tes", 0}, {"kept.test.", 0}, {"moved.test", 0}, {"", 0}};
+  for (const auto& each : lookups)
+    EXPECT_EQ(g_SystemConfig.IsLocalDomain(each.Name), each.Local) << each.Name;
+  EXPECT_EQ(g_SystemConfig.DefaultDomain(), "kept.test");
+
+  g_SystemConfig.SaveDomains();
+  g_SystemConfig.LoadDomains();
+  EXPECT_EQ(g_SystemConfig.DeleteDomain("other.test"), 1);
+  fs::remove(world_.MailRoot() / "kept.test");
+  EXPECT_EQ(g_SystemConfig.DeleteDomain("Kept.Test"), 1);
+  EXPECT_EQ(g_SystemConfig.DeleteDomain("new.test"), 1);
+  EXPECT_TRUE(Domains().empty() && !HasDirectory("new.test"));
+  g_SystemConfig.SaveDomains();
+  EXPECT_TRUE(ReadFile(Ini()).ends_with("LocalDomain=\n"));
+}
+
+TEST_F(SystemConfig, SavingAfterAMoveOfTheMailRootMakesTheDomainsThere) {
+  Load("LocalDomain=a.test|b.test|\n");
+  const fs::path root = world_.Root() / "new-root";
+  fs::create_directory(root);
+  g_SystemConfig.MailPath.Set(root.string());
+  g_SystemConfig.SaveConfig();
+  EXPECT_EQ(FileNames(root), (std::vector<std::string>{"a.test", "b.test"}));
+}
+
+TEST_F(SystemConfig, ReadersNeverMeetAHalfLoadedTable) {
+  Load("LocalDomain=a.test|b.test|c.test|\nPrimaryDNS=192.0.2.1\n");
+  WriteFile(world_.App() / "rules.ini", "192.0.2.\r\n10.0.0.1\r\n");
+  WriteFile(world_.Work() / "maillist.ini", "[MailList]\nl@a.test\n\n[l@a.test]\nm@b.test 0\nn@b.test 1\n");
+  g_SystemConfig.LoadConfig();
+  std::atomic<bool> done = false;
+  std::atomic<int> odd = 0;
+  const auto reader = [&] {
+    while (!done) {
+      const auto list = g_SystemConfig.FindMailList("L@a.test");
+      const bool whole = g_SystemConfig.IsLocalDomain("c.test") == 1 &&
+                         g_SystemConfig.DefaultDomain() == "a.test" &&
+                         g_SystemConfig.IsBlockedPeer("10.0.0.1") == 1 && list != nullptr &&
+                         list->Members.size() >= 2 && g_SystemConfig.FindListMember("l@a.test", "n@b.test") &&
+                         g_SystemConfig.MailPath.Get() == world_.MailRoot() &&
+                         g_SystemConfig.PrimaryDNS.Get() == "192.0.2.1" && g_SystemConfig.Pop3Port == 110;
+      odd += whole ? 0 : 1;
+    }
+  };
+  std::thread first(reader);
+  std::thread second(reader);
+  for (int i = 0; i < 60; ++i) {
+    g_SystemConfig.LoadConfig();
+    g_SystemConfig.SaveConfig();
+    g_SystemConfig.AddDomain("d.test");
+    g_SystemConfig.DeleteDomain("d.test");
+    g_SystemConfig.AddRule("192.0.3.");
+    g_SystemConfig.AddListMember("l@a.test", "o@b.test", 0);
+    g_SystemConfig.RemoveListMember("l@a.test", "o@b.test");
+  }
+  done = true;
+  first.join();
+  second.join();
+  EXPECT_EQ(odd, 0);
+}
+
+}  // namespace
+}  // namespace velnor::test

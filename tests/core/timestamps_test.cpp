@@ -1,0 +1,77 @@
+// Time stamps in the zones of the world, and the time in a mail file's name.
+
+#include "core/timestamps.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <regex>
+
+#include "core/mail_file_name.h"
+#include "platform/clock.h"
+
+namespace velnor::test {
+namespace {
+
+class Timestamps : public ::testing::Test {
+ protected:
+  ~Timestamps() override {
+    platform::SetClockOffset(0);
+    SetZone("UTC0");
+  }
+  static void SetZone(const char* zone) {
+    ::setenv("TZ", zone, 1);
+    ::tzset();
+  }
+  // The clock goes on from there, so a stamp may be a few seconds later.
+  static void SetClock(std::int64_t moment) { platform::SetClockOffset(moment - std::time(nullptr)); }
+};
+
+TEST_F(Timestamps, HeadersHaveLocalTimeAndTheStandardOffset) {
+  constexpr std::int64_t SUMMER = 1'720'094'405;  // 2024-07-04 12:00:05 UTC
+  constexpr std::int64_t WINTER = 1'704'067'205;  // 2024-01-01 00:00:05 UTC
+  const struct {
+    const char* Zone;
+    std::int64_t Moment;
+    const char* Stamp;  // without the seconds
+  } cases[] = {
+      {"UTC0", SUMMER, "Thu, 04 Jul 2024 12:00: -0000"},
+      {"CST-8", SUMMER, "Thu, 04 Jul 2024 20:00: +0800"},
+      {"EST5EDT", WINTER, "Sun, 31 Dec 2023 19:00: -0500"},
+      {"EST5EDT", SUMMER, "Thu, 04 Jul 2024 08:00: -0500"},
+      {"IST-5:30", WINTER, "Mon, 01 Jan 2024 05:30: +0530"},
+      {"NST3:30", WINTER, "Sun, 31 Dec 2023 20:30: -0330"},
+      {"XST-0:30", WINTER, "Mon, 01 Jan 2024 00:30: -0030"},
+  };
+  for (const auto& each : cases) {
+    SetZone(each.Zone);
+    SetClock(each.Moment);
+    EXPECT_EQ(std::regex_replace(RfcDateNow(), std::regex(":\\d\\d "), ": "), each.Stamp) << each.Zone;
+  }
+}
+
+TEST_F(Timestamps, FileNamesHaveUtcAndGiveItBack) {
+  constexpr std::int64_t MOMENT = 1'709'251'200;  // 2024-03-01 00:00:00 UTC
+  SetZone("CST-8");
+  SetClock(MOMENT);
+  const std::string now = NowString();
+  EXPECT_EQ(now.substr(0, 12), "202403010000");
+  for (const std::uint32_t thread_id : {7u, 123456u, 4194304u}) {
+    const std::string name = MailFileName(thread_id);
+    EXPECT_EQ(name.size(), thread_id > 999'999 ? 33u : 32u);
+    for (const char* mark : {"", "n", "_", "__s"}) {
+      const auto time = MailFileTime(mark + name);
+      ASSERT_TRUE(time);
+      EXPECT_GE(*time, MOMENT);
+      EXPECT_LT(*time, MOMENT + 60);
+    }
+  }
+  for (const char* other : {"", "n", "2024", "n20240301000000000007000001", "config.ini",
+                            "20240301000000000007000001000002.txt"}) {
+    EXPECT_FALSE(MailFileTime(other)) << other;
+  }
+}
+
+}  // namespace
+}  // namespace velnor::test
