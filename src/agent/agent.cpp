@@ -25,17 +25,13 @@ bool IsFree(const AgentTask& task) {
   return task.ThreadHandle == 0;
 }
 
-// The first free slot. While all are taken the claimed file waits here, also when the agent is about to stop.
-AgentTask& WaitForSlot() {
-  for (;;) {
-    const auto slot = std::find_if(AgentTaskTable.begin(), AgentTaskTable.end(), IsFree);
-    if (slot != AgentTaskTable.end()) {
-      slot->SlotIndex = static_cast<int>(slot - AgentTaskTable.begin());
-      if (slot->SlotIndex == AGENT_SLOTS - 1) platform::SleepMilliseconds(LAST_SLOT_PAUSE_MS);
-      return *slot;
-    }
-    platform::SleepMilliseconds(FULL_PAUSE_MS);
-  }
+// The first free slot, or none while all are taken.
+AgentTask* FindFreeSlot() {
+  const auto slot = std::find_if(AgentTaskTable.begin(), AgentTaskTable.end(), IsFree);
+  if (slot == AgentTaskTable.end()) return nullptr;
+  slot->SlotIndex = static_cast<int>(slot - AgentTaskTable.begin());
+  if (slot->SlotIndex == AGENT_SLOTS - 1) platform::SleepMilliseconds(LAST_SLOT_PAUSE_MS);
+  return &*slot;
 }
 
 void StartWorker(AgentTask& task) {
@@ -48,17 +44,43 @@ void StartWorker(AgentTask& task) {
   if (platform::StartThread([&task] { AgentWorkerThread(task); }, count_in) == 0) task.Zero();
 }
 
+// Local mail is a matter of the disk alone and takes no time to speak of. While a hundred slow exchanges hold all slots,
+// the scheduler delivers it with its own hands, so that it arrives as ever.
+void DeliverHere(const std::string& spool_path) {
+  const std::uint32_t thread_id = platform::CurrentThreadId();
+  DeliverSpoolFile(spool_path, thread_id);
+  WriteLog(LOG_AGENT, "[%d]Agent Thread ended...", static_cast<int>(thread_id));
+}
+
+// Brings one claimed file on its way. Without a free slot it waits here, also when the agent is about to stop.
+void Dispatch(const std::string& spool_path) {
+  AgentTask* task = FindFreeSlot();
+  if (task == nullptr && IsLocalMail(spool_path)) {
+    DeliverHere(spool_path);
+    return;
+  }
+  while (task == nullptr) {
+    std::string local_path;
+    if (AgentRunning != 0 && ClaimNextSpoolFile(local_path, IsLocalMail) == 1) {
+      DeliverHere(local_path);
+    } else {
+      platform::SleepMilliseconds(FULL_PAUSE_MS);
+    }
+    task = FindFreeSlot();
+  }
+  task->SpoolPath = spool_path;
+  StartWorker(*task);
+}
+
 void AgentSchedulerLoop() {
   WriteLog(LOG_AGENT, "AGENT server started");
   while (AgentRunning != 0) {
     std::string spool_path;
-    if (ClaimNextSpoolFile(spool_path) == 0) {
+    if (ClaimNextSpoolFile(spool_path) == 1) {
+      Dispatch(spool_path);
+    } else {
       platform::SleepMilliseconds(IDLE_PAUSE_MS);
-      continue;
     }
-    AgentTask& task = WaitForSlot();
-    task.SpoolPath = spool_path;
-    StartWorker(task);
   }
   WriteLog(LOG_AGENT, "AGENT server ended");
 }

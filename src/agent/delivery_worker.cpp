@@ -1,5 +1,6 @@
 #include "agent/delivery_worker.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include "agent/delivery.h"
@@ -49,31 +50,43 @@ void Deliver(Delivery& delivery) {
 
 }  // namespace
 
+void DeliverSpoolFile(const std::string& spool_path, std::uint32_t thread_id) {
+  const int log_id = static_cast<int>(thread_id);
+  Delivery delivery;
+  delivery.ThreadId = thread_id;
+  const int error = delivery.SpoolFile.Open(spool_path);
+  WriteLog(LOG_AGENT, "[%d]Agent Thread started...[%s]", log_id, spool_path.c_str());
+  if (error == 0) {
+    Deliver(delivery);
+  } else {
+    // One that is not there is passed over, and not deleted either: it may be back with the disk that it lies on.
+    delivery.Fault = error != ENOENT;
+  }
+  delivery.SpoolFile.Close();
+  if (delivery.Fault) {
+    WriteLog(LOG_AGENT, "[%d]spool file is kept for the next start, %s", log_id, spool_path.c_str());
+  } else if (error == 0 && platform::DeleteFile(spool_path) != 0) {
+    WriteLog(LOG_AGENT, "[%d]spool file can't be deleted, %s", log_id, spool_path.c_str());
+  }
+}
+
 void AgentWorkerThread(AgentTask& task) {
   task.ThreadId = platform::CurrentThreadId();
-  const int thread_id = static_cast<int>(task.ThreadId);
-  {
-    Delivery delivery;
-    delivery.ThreadId = task.ThreadId;
-    const int error = delivery.SpoolFile.Open(task.SpoolPath);
-    WriteLog(LOG_AGENT, "[%d]Agent Thread started...[%s]", thread_id, task.SpoolPath.c_str());
-    if (error == 0) {
-      Deliver(delivery);
-    } else {
-      delivery.Fault = error != ENOENT;
-    }
-    delivery.SpoolFile.Close();
-    if (delivery.Fault) {
-      WriteLog(LOG_AGENT, "[%d]spool file is kept for the next start, %s", thread_id, task.SpoolPath.c_str());
-    } else if (error == 0) {
-      // One that was not there is not deleted: it may be back together with the disk that it lies on.
-      platform::DeleteFile(task.SpoolPath);
-    }
-  }
+  DeliverSpoolFile(task.SpoolPath, task.ThreadId);
   LeaveAgent();
   platform::CloseThreadHandle(task.ThreadHandle);
-  WriteLog(LOG_AGENT, "[%d]Agent Thread ended...", thread_id);
+  WriteLog(LOG_AGENT, "[%d]Agent Thread ended...", static_cast<int>(task.ThreadId));
   task.Zero();
+}
+
+bool IsLocalMail(const std::string& spool_path) {
+  platform::TextReader file;
+  SpoolHead head;
+  if (file.Open(spool_path) != 0 || !ReadForwardPath(file, head)) return false;
+  const std::vector<RecipientGroup> groups = GroupRecipients(head.ForwardPath);
+  return !groups.empty() && std::all_of(groups.begin(), groups.end(), [](const RecipientGroup& group) {
+    return g_SystemConfig.IsLocalDomain(group.Domain) == 1;
+  });
 }
 
 }  // namespace velnor

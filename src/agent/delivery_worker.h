@@ -12,4 +12,10 @@ namespace velnor {
 // The body of a worker's thread; the slot is its own until the last step frees it.
 void AgentWorkerThread(AgentTask& task);
 
+// Delivers one claimed spool file on the calling thread, whose id stands in the log lines and file names.
+void DeliverSpoolFile(const std::string& spool_path, std::uint32_t thread_id);
+
+// Whether all recipients of a spool file are of local domains, so that its delivery waits for no other host.
+bool IsLocalMail(const std::string& spool_path);
+
 }  // namespace velnor

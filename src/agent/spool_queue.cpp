@@ -13,24 +13,25 @@ namespace velnor {
 namespace {
 
 constexpr std::int64_t LEAST_AGE = 10;  // seconds; also the whole pause between two attempts
-constexpr std::size_t LONGEST_NAME = 255;
 constexpr std::string_view CLAIM_MARK = "__";
 constexpr std::string_view CLAIMED = "__s";
 constexpr std::string_view UNFINISHED = "_";
 
 }  // namespace
 
-int ClaimNextSpoolFile(std::string& spool_path) {
+int ClaimNextSpoolFile(std::string& spool_path, SpoolFilter filter) {
   const std::int64_t now = platform::UnixNow();
   const std::string directory = g_SystemConfig.SpoolPath();
   const auto scan = DirOpen(directory);
   while (const DirEntry* entry = DirNext(scan.get())) {
     const std::string_view name = entry->Name;
     if (!name.starts_with('s') || entry->IsDirectory || now - entry->CreateTime < LEAST_AGE) continue;
-    if (name.size() + CLAIM_MARK.size() > LONGEST_NAME) continue;
+    const std::string waiting = JoinPath(directory, std::string(name));
+    if (filter != nullptr && !filter(waiting)) continue;
     const std::string claimed = JoinPath(directory, std::string(CLAIM_MARK).append(name));
-    // A file that can't be claimed goes on waiting and must not keep those behind it from their turn.
-    if (platform::MoveFile(JoinPath(directory, std::string(name)), claimed) != 0) continue;
+    // A file that can't be claimed, if only because its name has no room for the mark, goes on waiting and must not
+    // keep those behind it from their turn.
+    if (platform::MoveFile(waiting, claimed) != 0) continue;
     spool_path = claimed;
     return 1;
   }

@@ -11,9 +11,12 @@
 
 namespace velnor {
 
-// Claims the first file that waits and has reached its age of 10 seconds, by renaming it. 1 with the claimed
-// file's path, 0 when nothing is eligible. The agent's scheduler alone.
-int ClaimNextSpoolFile(std::string& spool_path);
+// Whether a waiting file, given by its path, is the one to claim.
+using SpoolFilter = bool (*)(const std::string& path);
+
+// Claims the first file that waits, has reached its age of 10 seconds and passes the filter if there is one, by
+// renaming it. 1 with the claimed file's path, 0 when nothing is eligible. The agent's scheduler alone.
+int ClaimNextSpoolFile(std::string& spool_path, SpoolFilter filter = nullptr);
 
 // Writes a new waiting file for one recipient, with the retry count plus one, from the open spool file, which
 // stands at the first byte of the message text and does so again afterwards. 1, or 0 if the copy could not be

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "apps/services.h"
+#include "core/log_service.h"
 #include "core/server_app.h"
 #include "core/system_config.h"
 #include "core/text.h"
@@ -109,12 +110,18 @@ class HeadlessFront : public AppFront {
       Refuse(refusal);
       return;
     }
-    while (platform::WaitForSignal() == platform::Signal::RELOAD) g_SystemConfig.LoadConfig();
+    while (platform::WaitForSignal() == platform::Signal::RELOAD) ReloadConfig();
   }
 
   int ExitStatus() const { return exit_status_; }
 
  private:
+  static void ReloadConfig() {
+    if (g_SystemConfig.Reload() == 1) return;
+    WriteLog(LOG_SYS, "configuration not read anew: %s can't be read, or its MailPath is no directory",
+             g_SystemConfig.IniPath.Get().c_str());
+  }
+
   void Refuse(const std::string& reason) {
     platform::WriteStandardError(reason + "\n");
     exit_status_ = 1;

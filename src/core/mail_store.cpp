@@ -37,7 +37,8 @@ bool FindStored(const std::string& parent, std::string_view name, std::string& p
   while (walk.Next(entry)) {
     if (EqualsIgnoreCase(entry.name, name) && (!best || entry.name < *best)) best = entry.name;
   }
-  if (best) path = JoinPath(parent, *best);
+  if (!best) return !walk.Failed();
+  path = JoinPath(parent, *best);
   return true;
 }
 

@@ -8,6 +8,7 @@
 #include "core/text.h"
 #include "platform/file.h"
 #include "platform/profile_file.h"
+#include "platform/text_stream.h"
 
 namespace velnor {
 namespace {
@@ -32,17 +33,41 @@ bool IsDomainName(std::string_view name) {
 CSystemConfig g_SystemConfig;
 
 void CSystemConfig::Open(const std::string& working_directory, const std::string& app_directory) {
-  app_directory_ = app_directory;
-  IniPath.Set(JoinPath(working_directory, "velnor.ini"));
-  MailListPath.Set(JoinPath(working_directory, "maillist.ini"));
-  LogPath.Set(JoinPath(working_directory, "logs"));
+  SetPlaces(working_directory, app_directory);
   platform::CreateEmptyFile(IniPath.Get());
   platform::CreateEmptyFile(MailListPath.Get());
   platform::CreateDirectory(LogPath.Get());
   LoadConfig();
 }
 
+void CSystemConfig::OpenExisting(const std::string& working_directory, const std::string& app_directory) {
+  SetPlaces(working_directory, app_directory);
+  LoadSettings();
+  NameTable domains;
+  for (std::string& name : StoredDomains()) {
+    if (FindName(domains, name) == domains.end() && IsDomainName(name)) domains.push_back(std::move(name));
+  }
+  LocalDomains.Set(std::move(domains));
+  LoadRules();
+  LoadMailLists();
+}
+
+void CSystemConfig::SetPlaces(const std::string& working_directory, const std::string& app_directory) {
+  app_directory_ = app_directory;
+  IniPath.Set(JoinPath(working_directory, "velnor.ini"));
+  MailListPath.Set(JoinPath(working_directory, "maillist.ini"));
+  LogPath.Set(JoinPath(working_directory, "logs"));
+}
+
 void CSystemConfig::LoadConfig() {
+  LoadSettings();
+  LoadDomains();
+  LoadRules();
+  LoadMailLists();
+  if (PathExists(SpoolPath(), PathFlag::DIRECTORY) == 0) platform::CreateDirectory(SpoolPath());
+}
+
+void CSystemConfig::LoadSettings() {
   const std::string ini = IniPath.Get();
   for (const Setting& setting : AllSettings()) {
     if (setting.Number != nullptr) {
@@ -54,10 +79,18 @@ void CSystemConfig::LoadConfig() {
           .Set(platform::ReadProfileString(ini, SETTINGS_SECTION, setting.Key, absent, setting.ReadLimit));
     }
   }
-  LoadDomains();
-  LoadRules();
-  LoadMailLists();
-  if (PathExists(SpoolPath(), PathFlag::DIRECTORY) == 0) platform::CreateDirectory(SpoolPath());
+}
+
+int CSystemConfig::Reload() {
+  const std::string ini = IniPath.Get();
+  platform::TextReader probe;
+  if (probe.Open(ini) != 0) return 0;
+  const std::size_t limit = FindSetting("MailPath")->ReadLimit;
+  const std::string root =
+      platform::ReadProfileString(ini, SETTINGS_SECTION, "MailPath", app_directory_, limit);
+  if (PathExists(root, PathFlag::DIRECTORY) == 0) return 0;
+  LoadConfig();
+  return 1;
 }
 
 void CSystemConfig::SaveConfig() {
@@ -67,16 +100,22 @@ void CSystemConfig::SaveConfig() {
   LoadDomains();
 }
 
-void CSystemConfig::LoadDomains() {
+NameTable CSystemConfig::StoredDomains() const {
   const std::string list =
       platform::ReadProfileString(IniPath.Get(), SETTINGS_SECTION, LOCAL_DOMAIN_KEY, "", LOCAL_DOMAIN_LIMIT);
-  NameTable domains;
+  NameTable names;
   std::string_view left = list;
   while (!left.empty()) {
     const std::size_t length = std::min(left.find('|'), left.size());
-    if (length > 0) AddDomainTo(domains, TrimBlanks(left.substr(0, length)));
+    if (length > 0) names.emplace_back(TrimBlanks(left.substr(0, length)));
     left = TextFrom(left, length + 1);
   }
+  return names;
+}
+
+void CSystemConfig::LoadDomains() {
+  NameTable domains;
+  for (const std::string& name : StoredDomains()) AddDomainTo(domains, name);
   LocalDomains.Set(std::move(domains));
 }
 

@@ -49,8 +49,17 @@ class CSystemConfig {
   // has its default.
   void Open(const std::string& working_directory, const std::string& app_directory);
 
+  // As Open, for a program beside the server: makes no file and no directory, so a domain stands in the table
+  // whether or not it has its directory.
+  void OpenExisting(const std::string& working_directory, const std::string& app_directory);
+
   // Reads all settings, domains, rules and mail lists anew, and makes the spool directory if it is missing.
   void LoadConfig();
+
+  // The same while services run. 0, with all that is loaded left as it is, if velnor.ini can't be read or its mail root
+  // is no directory: domains whose directories can't be found would fall away, and their mail take the road to other
+  // hosts.
+  int Reload();
 
   // Writes all settings but the domains, then loads the domains, which makes their directories.
   void SaveConfig();
@@ -74,7 +83,8 @@ class CSystemConfig {
   // The first local domain, or "localhost" when there is none. Any thread.
   std::string DefaultDomain() const;
 
-  // Rules: patterns of forbidden peers, kept in rules.ini (policy/rules.cpp).
+  // Rules: patterns of forbidden peers, kept in rules.ini of the program's directory (policy/rules.cpp).
+  std::string RulesPath() const;
   void LoadRules();
   void SaveRules() const;
   int AddRule(std::string_view pattern);     // 0 if it is in the table already
@@ -119,8 +129,13 @@ class CSystemConfig {
   SharedNumber AntiSpamLevel = 0;  // 0 is off; 1, 2 and 3 turn the HELO test on
 
  private:
-  std::string RulesPath() const;
   std::string DomainPath(std::string_view name) const;
+
+  void SetPlaces(const std::string& working_directory, const std::string& app_directory);
+  void LoadSettings();
+
+  // The names in the stored list of domains, as they stand there.
+  NameTable StoredDomains() const;
 
   // Adds a domain to a table that is not published yet, as AddDomain does.
   int AddDomainTo(NameTable& domains, std::string_view name) const;

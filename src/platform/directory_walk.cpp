@@ -40,10 +40,16 @@ int DirectoryWalk::Open(const std::string& path) {
 
 bool DirectoryWalk::Next(WalkEntry& entry) {
   if (stream_ == nullptr) return false;
-  while (const dirent* found = ::readdir(Stream(stream_))) {
+  for (;;) {
+    errno = 0;
+    const dirent* const found = ::readdir(Stream(stream_));
+    if (found == nullptr) {
+      failed_ = failed_ || errno != 0;
+      return false;
+    }
     if (Describe(::dirfd(Stream(stream_)), found->d_name, entry)) return true;
+    failed_ = failed_ || errno != ENOENT;
   }
-  return false;
 }
 
 }  // namespace platform

@@ -30,8 +30,12 @@ class DirectoryWalk {
   // that goes away during the walk may be left out.
   bool Next(WalkEntry& entry);
 
+  // Whether an error ended the walk early or left an entry out, so that one not met may still be there.
+  bool Failed() const { return failed_; }
+
  private:
   void* stream_ = nullptr;
+  bool failed_ = false;
 };
 
 }  // namespace platform

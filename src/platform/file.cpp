@@ -18,6 +18,13 @@ int Outcome(int result) {
   return result == 0 ? 0 : errno;
 }
 
+bool IsSameFile(const std::string& a, const std::string& b) {
+  struct stat first;
+  struct stat second;
+  return ::lstat(a.c_str(), &first) == 0 && ::lstat(b.c_str(), &second) == 0 &&
+         first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
 // For a file system that has no rename of this kind: the new name is made as a second link, which fails if it
 // exists. Directories have no second link, so there a look before the rename has to do.
 int MoveByLink(const std::string& from, const std::string& to) {
@@ -26,7 +33,8 @@ int MoveByLink(const std::string& from, const std::string& to) {
     if (error != 0) ::unlink(to.c_str());
     return error;
   }
-  if (errno == EEXIST) return EEXIST;
+  // Both names for one file: the process ended within an earlier move, which is brought to its end.
+  if (errno == EEXIST) return IsSameFile(from, to) ? Outcome(::unlink(from.c_str())) : EEXIST;
   struct stat found {};
   if (::lstat(to.c_str(), &found) == 0) return EEXIST;
   return Outcome(::rename(from.c_str(), to.c_str()));

@@ -7,6 +7,7 @@
 #include "core/paths.h"
 #include "core/system_config.h"
 #include "core/text.h"
+#include "platform/file.h"
 #include "platform/profile_file.h"
 #include "platform/text_stream.h"
 
@@ -46,7 +47,10 @@ RecipientVerdict CheckLocalRecipient(std::string_view user, std::string_view dom
   const std::optional<std::string> directory = UserDirectory(domain, user);
   if (!directory) return RCPT_NO_USER;
   const std::string profile = JoinPath(*directory, PROFILE_FILE);
-  if (PathExists(profile, PathFlag::ANYTHING) == 0) return RCPT_NO_USER;
+  const platform::PathKind kind = platform::ProbePath(profile);
+  // Where the disk or the process is at fault the client is to come again, not to be told that there is no such user.
+  if (kind == platform::PathKind::UNKNOWN) return RCPT_BAD_ADDRESS;
+  if (kind == platform::PathKind::MISSING) return RCPT_NO_USER;
   if (SenderListMatches(JoinPath(*directory, "allow.ini"), sender) == 0 &&
       SenderListMatches(JoinPath(*directory, "reject.ini"), sender) == 1) {
     return RCPT_REJECTED;

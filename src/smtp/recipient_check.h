@@ -14,7 +14,7 @@ enum RecipientVerdict {
   RCPT_NOT_LOCAL = 2,    // foreign domain and no authentication
   RCPT_NO_USER = 3,      // local domain, no such user
   RCPT_OVER_QUOTA = 4,   // the mailbox is full
-  RCPT_BAD_ADDRESS = 5,  // the address has no two halves
+  RCPT_BAD_ADDRESS = 5,  // the address has no two halves, or the disk did not let it be looked up
 };
 
 // The verdict on an address without angle brackets. An authenticated session (`relay_allowed`) may name

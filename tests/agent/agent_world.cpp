@@ -3,12 +3,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <regex>
 
 #include "agent/delivery_worker.h"
 #include "agent/spool_queue.h"
 #include "platform/clock.h"
+#include "platform/file.h"
 
 namespace velnor::test {
 namespace fs = std::filesystem;
@@ -68,24 +68,14 @@ std::vector<std::string> Texts(const fs::path& directory, const char* letter) {
 
 }  // namespace
 
-ResourceLimit::ResourceLimit(int resource, rlim_t most) : resource_(resource) {
-  std::signal(SIGXFSZ, SIG_IGN);
-  ::getrlimit(static_cast<__rlimit_resource_t>(resource_), &before_);
-  const rlimit limit{most, before_.rlim_max};
-  ::setrlimit(static_cast<__rlimit_resource_t>(resource_), &limit);
-}
-
-ResourceLimit::~ResourceLimit() {
-  ::setrlimit(static_cast<__rlimit_resource_t>(resource_), &before_);
-}
-
-rlim_t ResourceLimit::MoreFiles(int count) {
+rlim_t DescriptorsFor(int more_files) {
   const int next = ::dup(STDERR_FILENO);
   ::close(next);
-  return static_cast<rlim_t>(next + count);
+  return static_cast<rlim_t>(next + more_files);
 }
 
 AgentWorld::AgentWorld() {
+  platform::StartFiles();
   for (const char* user : {"alice", "bob"}) world_.AddAccount(DOMAIN, user, "password");
 }
 

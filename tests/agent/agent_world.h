@@ -5,13 +5,13 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/text_stream.h"
+#include "support/resource_limit.h"
 #include "support/test_world.h"
 
 namespace velnor::test {
@@ -36,21 +36,8 @@ std::string NoticeText(std::string_view sender, std::string_view recipients, std
 // A copy of each text, as it is stored, in order.
 std::vector<std::string> StoredTexts(const std::vector<std::string>& texts);
 
-// Sets a limit of the process for as long as the object lives. The process has one thread meanwhile.
-class ResourceLimit {
- public:
-  ResourceLimit(int resource, rlim_t most);
-  ~ResourceLimit();
-  ResourceLimit(const ResourceLimit&) = delete;
-  ResourceLimit& operator=(const ResourceLimit&) = delete;
-
-  // The limit of RLIMIT_NOFILE that leaves so many more files to be opened.
-  static rlim_t MoreFiles(int count);
-
- private:
-  const int resource_;
-  rlimit before_{};
-};
+// The limit on descriptors that leaves so many more files to be opened.
+rlim_t DescriptorsFor(int more_files);
 
 class AgentWorld : public testing::Test {
  protected:

@@ -201,10 +201,10 @@ class DeliveryFaultTest : public DeliveryWorkerTest,
         limit.emplace(RLIMIT_FSIZE, 2000);
         break;
       case Fault::NO_FILE:
-        limit.emplace(RLIMIT_NOFILE, ResourceLimit::MoreFiles(0));
+        limit.emplace(RLIMIT_NOFILE, DescriptorsFor(0));
         break;
       case Fault::ONE_FILE:
-        limit.emplace(RLIMIT_NOFILE, ResourceLimit::MoreFiles(1));
+        limit.emplace(RLIMIT_NOFILE, DescriptorsFor(1));
         break;
       case Fault::NO_MAIL_ROOT:
         g_SystemConfig.MailPath.Set((world_.Root() / "away").string());

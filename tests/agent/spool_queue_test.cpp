@@ -128,22 +128,5 @@ TEST_F(SpoolQueueTest, ACopyHasOneRecipientAndOneMoreRetryAndTheTextUnchanged) {
   }
 }
 
-TEST_F(SpoolQueueTest, ACopyThatCantBeStoredIsToldAndLeavesNothing) {
-  platform::TextReader stream;
-  OpenMessage(stream);
-  {
-    const ResourceLimit limit(RLIMIT_FSIZE, 2000);
-    EXPECT_EQ(RequeueMail(stream, 77, "bob@far.test", ALICE, 0), 0);
-  }
-  {
-    const ResourceLimit limit(RLIMIT_NOFILE, ResourceLimit::MoreFiles(0));
-    EXPECT_EQ(RequeueMail(stream, 77, "bob@far.test", ALICE, 0), 0);
-  }
-  EXPECT_EQ(FileNames(world_.Spool()), std::vector<std::string>());
-  fs::remove_all(world_.Spool());
-  EXPECT_EQ(RequeueMail(stream, 77, "bob@far.test", ALICE, 0), 0);
-  ExpectAtMessage(stream);
-}
-
 }  // namespace
 }  // namespace velnor

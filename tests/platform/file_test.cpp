@@ -1,5 +1,4 @@
-// Files: moves that never take another's place, replacement of a whole file, and the guard of the single
-// instance.
+// Files: moves that never take another's place, and replacement of a whole file.
 
 #include "platform/file.h"
 
@@ -9,7 +8,6 @@
 #include <cerrno>
 
 #include "platform/file_replacement.h"
-#include "platform/single_instance.h"
 #include "support/test_world.h"
 
 namespace velnor::test {
@@ -53,21 +51,6 @@ TEST_F(Files, AMoveFailsWhereSomethingStands) {
   EXPECT_TRUE(platform::IsLink(Path("moved-link")));
 }
 
-TEST_F(Files, ProbesTellWhatStandsAtAPath) {
-  using platform::PathKind;
-  const std::pair<std::string, PathKind> cases[] = {
-      {Path("file"), PathKind::FILE},           {Path("link"), PathKind::FILE},
-      {Path("directory"), PathKind::DIRECTORY}, {Path("dangling"), PathKind::MISSING},
-      {Path("file/below"), PathKind::MISSING},  {Path(std::string(300, 'x').c_str()), PathKind::MISSING},
-      {"/dev/null", PathKind::OTHER},           {"", PathKind::MISSING},
-  };
-  for (const auto& [path, kind] : cases) EXPECT_EQ(platform::ProbePath(path), kind) << path;
-  EXPECT_EQ(platform::CreateEmptyFile(Path("file")), EEXIST);
-  EXPECT_EQ(platform::CreateEmptyFile(Path("dangling")), EEXIST);
-  EXPECT_EQ(platform::SyncDirectory(Path("missing")), ENOENT);
-  EXPECT_EQ(platform::SyncDirectory(Path("directory")), 0);
-}
-
 TEST_F(Files, AReplacementTakesTheOldFilesPlaceWhole) {
   ::chmod(Path("file").c_str(), 0640);
   ASSERT_TRUE(platform::ReplaceTextFile(Path("link"), "new\nlines\r\nend"));
@@ -84,18 +67,6 @@ TEST_F(Files, AReplacementTakesTheOldFilesPlaceWhole) {
   EXPECT_FALSE(platform::ReplaceTextFile(Path("directory"), "x"));
   EXPECT_FALSE(platform::ReplaceTextFile(Path("missing/new"), "x"));
   EXPECT_EQ(Names(), (std::vector<std::string>{"dangling", "directory", "file", "link", "other"}));
-}
-
-TEST(SingleInstance, HoldsItsNameWhileItLives) {
-  const std::string name = "velnor-test-" + std::to_string(::getpid());
-  auto first = std::make_unique<platform::SingleInstance>();
-  platform::SingleInstance second;
-  EXPECT_TRUE(first->Acquire(name));
-  EXPECT_FALSE(second.Acquire(name));
-  EXPECT_TRUE(platform::SingleInstance().Acquire(name + "2"));
-  first.reset();
-  EXPECT_TRUE(second.Acquire(name));
-  EXPECT_FALSE(platform::SingleInstance().Acquire(std::string(200, 'x')));
 }
 
 }  // namespace
