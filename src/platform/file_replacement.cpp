@@ -4,11 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <climits>
 #include <cstdlib>
 
 #include "platform/thread.h"
+#include "platform/write_all.h"
 
 namespace platform {
 namespace {
@@ -58,15 +58,7 @@ bool FileReplacement::TakeOver() {
 }
 
 void FileReplacement::Flush() {
-  std::string_view left = buffer_;
-  while (!failed_ && !left.empty()) {
-    const ssize_t count = ::write(descriptor_, left.data(), left.size());
-    if (count > 0) {
-      left.remove_prefix(static_cast<std::size_t>(count));
-    } else if (count == 0 || errno != EINTR) {
-      failed_ = true;
-    }
-  }
+  if (!failed_) failed_ = !WriteAll(descriptor_, buffer_);
   buffer_.clear();
 }
 

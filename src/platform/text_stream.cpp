@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "platform/write_all.h"
+
 namespace platform {
 namespace {
 
@@ -130,15 +132,7 @@ bool TextWriter::Write(std::string_view text) {
 }
 
 bool TextWriter::Flush() {
-  std::string_view left = buffer_;
-  while (!failed_ && !left.empty()) {
-    const ssize_t count = ::write(descriptor_, left.data(), left.size());
-    if (count > 0) {
-      left.remove_prefix(static_cast<std::size_t>(count));
-    } else if (count == 0 || errno != EINTR) {
-      failed_ = true;
-    }
-  }
+  if (!failed_) failed_ = !WriteAll(descriptor_, buffer_);
   buffer_.clear();
   return !failed_;
 }
