@@ -1,0 +1,16 @@
+// DesktopPrompter: the console's questions as message boxes and choosers of the desktop. Console thread.
+#pragma once
+
+#include "console/logic/prompter.h"
+
+namespace velnor {
+
+class DesktopPrompter : public Prompter {
+ public:
+  PromptAnswer Show(std::string_view text, std::string_view caption, PromptButtons buttons,
+                    PromptIcon icon) override;
+  std::optional<std::string> ChooseFolder(std::string_view title) override;
+  void OpenExternally(const std::string& target) override;
+};
+
+}  // namespace velnor

@@ -1,0 +1,131 @@
+#include "console/widgets/user_list_dialog.h"
+
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QHeaderView>
+
+#include "console/widgets/report_list.h"
+#include "console/widgets/window_driver.h"
+#include "core/system_config.h"
+#include "support/scripted_prompter.h"
+#include "support/test_world.h"
+
+namespace velnor {
+namespace {
+
+using namespace test;
+
+constexpr auto SELECT_ROW = QItemSelectionModel::Select | QItemSelectionModel::Rows;
+
+QStringList Column(const CReportList& list, int column) {
+  QStringList texts;
+  for (int row = 0; row < list.RowCount(); ++row) texts += list.CellText(row, column);
+  return texts;
+}
+
+class UserListDialog : public testing::Test {
+ protected:
+  UserListDialog() {
+    for (const char* account : {"10", "9", "100"}) world_.AddAccount("a.org", account, "pw");
+    world_.AddAccount("b.org", "bob", "pw", "Username=Bob\n");
+  }
+
+  TestWorld world_;
+  ScriptedPrompter prompter_;
+};
+
+TEST_F(UserListDialog, ShowsSortsAndDeletesTheAccountsOfADomain) {
+  CUserListDialog dialog(prompter_, nullptr);
+  Open(dialog);
+  EXPECT_EQ(dialog.windowTitle(), "User Setup");
+  auto* const list = Find<CReportList>(dialog, "Accounts");
+  const int width = list->columnWidth(0) + list->columnWidth(1) + list->columnWidth(2);
+  EXPECT_NEAR(list->columnWidth(0), width * 0.3, 2);
+  EXPECT_NEAR(list->columnWidth(2), width * 0.4, 2);
+  EXPECT_LT(width, list->width());
+
+  emit list->header()->sectionClicked(0);
+  EXPECT_EQ(Column(*list, 0), (QStringList{"9", "10", "100"}));
+  list->selectionModel()->setCurrentIndex(list->model()->index(2, 0), SELECT_ROW);
+  list->selectionModel()->select(list->model()->index(1, 0), SELECT_ROW);
+  prompter_.Answer = PromptAnswer::YES;
+  Click(dialog, "Delete");
+  EXPECT_EQ(Column(*list, 0), (QStringList{"9", "100"}));
+  EXPECT_FALSE(std::filesystem::exists(world_.MailRoot() / "a.org" / "10"));
+
+  Find<QComboBox>(dialog, "Domain")->setCurrentIndex(1);
+  EXPECT_EQ(Column(*list, 0) + Column(*list, 1), (QStringList{"bob", "Bob"}));
+  for (const int key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) Press(*list, key);
+  EXPECT_TRUE(dialog.isVisible());
+}
+
+TEST_F(UserListDialog, OpensTheEditorAndShowsWhatItChanged) {
+  CUserListDialog dialog(prompter_, nullptr);
+  Open(dialog);
+  auto* const list = Find<CReportList>(dialog, "Accounts");
+  Find<QComboBox>(dialog, "Domain")->setCurrentIndex(1);
+  Click(dialog, "Detail");  // nothing is selected, so nothing opens
+
+  WithNextDialog([](QDialog& editor) {
+    EXPECT_EQ(editor.windowTitle(), "Add New User");
+    EXPECT_EQ(Find<QComboBox>(editor, "Domain")->currentText(), "b.org");
+    Type(Find<QLineEdit>(editor, "Account"), "carol");
+    Click(editor, "OK");
+  });
+  Click(dialog, "New");
+  list->Sort(0, true);
+  EXPECT_EQ(Column(*list, 0), (QStringList{"bob", "carol"}));
+
+  WithNextDialog([](QDialog& editor) {
+    EXPECT_EQ(editor.windowTitle(), "Edit user information");
+    Type(Find<QLineEdit>(editor, "Username"), "Robert");
+    Click(editor, "OK");
+  });
+  emit list->doubleClicked(list->model()->index(0, 1));
+  list->Sort(0, true);
+  EXPECT_EQ(list->CellText(0, 1), "Robert");
+
+  list->selectionModel()->select(list->model()->index(1, 0), SELECT_ROW);
+  WithNextDialog([](QDialog& editor) {
+    EXPECT_EQ(Find<QLineEdit>(editor, "Account")->text(), "carol");
+    Type(Find<QLineEdit>(editor, "Username"), "lost");
+    Click(editor, "Cancel");
+  });
+  Click(dialog, "Detail");
+  EXPECT_EQ(list->CellText(1, 1), "");
+}
+
+TEST(ReportList, SelectionFocusAndDataTravelWithTheirRows) {
+  CReportList list;
+  list.InsertColumn(0, "Account", Qt::AlignCenter, 100);
+  for (const char* text : {"3", "1", "2"}) {
+    list.SetRowData(list.InsertRow(list.RowCount(), text), QString(text).toInt() * 10);
+  }
+  Open(list);
+  QAbstractItemModel* const model = list.model();
+  list.selectionModel()->setCurrentIndex(model->index(0, 0), SELECT_ROW);
+  list.selectionModel()->select(model->index(2, 0), SELECT_ROW);
+  emit list.header()->sectionClicked(0);
+  EXPECT_EQ(Column(list, 0), (QStringList{"1", "2", "3"}));
+  EXPECT_EQ(list.RowData(2), 30);
+  EXPECT_EQ(list.currentIndex().row(), 2);
+  EXPECT_EQ(list.FirstSelectedRow(), 1);
+  EXPECT_FALSE(list.selectionModel()->isRowSelected(0));
+  EXPECT_TRUE(list.selectionModel()->isRowSelected(2));
+  emit list.header()->sectionClicked(0);
+  EXPECT_EQ(Column(list, 0), (QStringList{"3", "2", "1"}));
+
+  // A header that takes no clicks sorts nothing, and a space changes no selection.
+  list.header()->setSectionsClickable(false);
+  list.Sort(0, true);
+  EXPECT_EQ(list.CellText(0, 0), "3");
+  list.selectionModel()->clearSelection();
+  Press(list, Qt::Key_Space, " ");
+  EXPECT_EQ(list.FirstSelectedRow(), std::nullopt);
+  list.DeleteAllRows();
+  EXPECT_EQ(list.RowCount(), 0);
+}
+
+}  // namespace
+}  // namespace velnor
