@@ -17,6 +17,7 @@ constexpr int STOP_TURN_MS = 10;
 
 std::array<AgentTask, AGENT_SLOTS> AgentTaskTable;
 std::atomic<std::int32_t> AgentRunning = 0;
+std::atomic<bool> g_Stopping = false;         // from the begin of a stop to its end
 std::atomic<std::int32_t> g_WorkerCount = 0;  // changed under AgentLock, read without it
 platform::CriticalSection AgentLock;
 platform::ThreadHandle g_SchedulerThread = 0;
@@ -44,15 +45,16 @@ void StartWorker(AgentTask& task) {
   if (platform::StartThread([&task] { AgentWorkerThread(task); }, count_in) == 0) task.Zero();
 }
 
-// Local mail is a matter of the disk alone and takes no time to speak of. While a hundred slow exchanges hold all slots,
-// the scheduler delivers it with its own hands, so that it arrives as ever.
+// Local mail is a matter of the disk alone and takes no time to speak of. While a hundred slow exchanges hold
+// all slots, the scheduler delivers it with its own hands, so that it arrives as ever.
 void DeliverHere(const std::string& spool_path) {
   const std::uint32_t thread_id = platform::CurrentThreadId();
   DeliverSpoolFile(spool_path, thread_id);
   WriteLog(LOG_AGENT, "[%d]Agent Thread ended...", static_cast<int>(thread_id));
 }
 
-// Brings one claimed file on its way. Without a free slot it waits here, also when the agent is about to stop.
+// Brings one claimed file on its way. Without a free slot it waits here, also when the agent is about to
+// stop.
 void Dispatch(const std::string& spool_path) {
   AgentTask* task = FindFreeSlot();
   if (task == nullptr && IsLocalMail(spool_path)) {
@@ -103,6 +105,7 @@ void AgentStart() {
 }
 
 void AgentStop() {
+  g_Stopping = true;
   AgentRunning = 0;
   platform::JoinThread(g_SchedulerThread);
   g_SchedulerThread = 0;
@@ -111,10 +114,15 @@ void AgentStop() {
   while (g_WorkerCount > 0 || std::any_of(AgentTaskTable.begin(), AgentTaskTable.end(), is_busy)) {
     platform::SleepMilliseconds(STOP_TURN_MS);
   }
+  g_Stopping = false;
 }
 
 int AgentWorkerCount() {
   return g_WorkerCount;
+}
+
+bool IsAgentStopping() {
+  return g_Stopping;
 }
 
 void LeaveAgent() {

@@ -33,6 +33,9 @@ void AgentStop();
 // Workers at this moment. Any thread, no lock.
 int AgentWorkerCount();
 
+// Whether a stop waits for the workers. Any thread.
+bool IsAgentStopping();
+
 // For a worker's end: takes it off the count.
 void LeaveAgent();
 

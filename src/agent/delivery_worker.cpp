@@ -59,7 +59,8 @@ void DeliverSpoolFile(const std::string& spool_path, std::uint32_t thread_id) {
   if (error == 0) {
     Deliver(delivery);
   } else {
-    // One that is not there is passed over, and not deleted either: it may be back with the disk that it lies on.
+    // One that is not there is passed over, and not deleted either: it may be back with the disk that it lies
+    // on.
     delivery.Fault = error != ENOENT;
   }
   delivery.SpoolFile.Close();

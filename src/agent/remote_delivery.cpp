@@ -1,5 +1,6 @@
 // The remote road of a delivery: find the domain's exchangers, reach one of them, and hand it the message.
 
+#include "agent/agent.h"
 #include "agent/delivery.h"
 #include "agent/mx_resolver.h"
 #include "agent/smtp_client.h"
@@ -51,8 +52,8 @@ class Exchange {
         WriteLog(LOG_AGENT, "[%d]RCPT TO [%s] is accepted", thread_id_, LogSafe(address).c_str());
         accepted = true;
       } else {
-        WriteLog(LOG_AGENT, "[%d]RCPT TO [%s] is not accepted, error:%s", thread_id_, LogSafe(address).c_str(),
-                 LogSafe(reply_).c_str());
+        WriteLog(LOG_AGENT, "[%d]RCPT TO [%s] is not accepted, error:%s", thread_id_,
+                 LogSafe(address).c_str(), LogSafe(reply_).c_str());
         NotifySender(delivery_, group_, recipient, reply_);
       }
     }
@@ -86,11 +87,14 @@ class Exchange {
   ReplyText reply_;
 };
 
-// The first connection to one of the exchangers, in their order, that brings a greeting.
+// The first connection to one of the exchangers, in their order, that brings a greeting. A name server can
+// list more addresses than anybody can wait for, so a stop of the agent ends the walk, and the group is tried
+// again.
 platform::Socket ConnectToExchanger(const MxResult& exchangers, std::uint32_t thread_id) {
   ReplyText reply;
   for (const MxRecord& exchanger : exchangers) {
     for (const platform::DottedAddress& address : exchanger.Addresses) {
+      if (IsAgentStopping()) return platform::SOCKET_INVALID;
       const platform::Socket connection = ConnectSmtp(address, reply);
       if (connection != platform::SOCKET_INVALID) return connection;
       WriteLog(LOG_AGENT, "[%d]Connect server is failed", static_cast<int>(thread_id));

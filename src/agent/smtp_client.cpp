@@ -4,6 +4,7 @@
 #include <array>
 #include <string>
 
+#include "core/dot_guard.h"
 #include "platform/thread.h"
 
 namespace velnor {
@@ -30,44 +31,23 @@ int SendCommand(Socket socket, const char* before, std::string_view argument, co
   return ReadSmtpReply(socket, reply);
 }
 
-// Follows a text on its way out, in search of a line that is a single dot. The text begins behind a line end,
-// that of DATA, and ends before one, that of the end marker.
-class LoneDotSearch {
- public:
-  // False if the bytes complete such a line.
-  bool Pass(std::string_view bytes) {
-    for (const char c : bytes) {
-      const bool line_end = c == '\r' || c == '\n';
-      if (line_end && place_ == Place::BEHIND_DOT) return false;
-      const bool first_dot = c == '.' && place_ == Place::LINE_START;
-      place_ = line_end ? Place::LINE_START : first_dot ? Place::BEHIND_DOT : Place::WITHIN_LINE;
-    }
-    return true;
-  }
-
-  // Whether the text's last line, so far, is no such line.
-  bool MayEnd() const { return place_ != Place::BEHIND_DOT; }
-
- private:
-  enum class Place { LINE_START, BEHIND_DOT, WITHIN_LINE };
-
-  Place place_ = Place::LINE_START;
-};
+bool SendPiece(Socket socket, std::string_view piece) {
+  return piece.empty() || SendString(socket, piece, platform::SendHint::MORE) > 0;
+}
 
 // True if the whole text, and any at all, was sent, and only the end marker is missing.
 bool SendText(Socket socket, platform::TextReader& message) {
-  LoneDotSearch search;
+  DotGuard guard;
   std::string line;
-  bool sent = false;
-  for (int sends = 0; message.ReadLine(READ_LIMIT, line);) {
-    sent = search.Pass(line) && SendString(socket, line, platform::SendHint::MORE) > 0;
-    if (!sent) return false;
+  bool any = false;
+  for (int sends = 0; message.ReadLine(READ_LIMIT, line); any = true) {
+    if (!SendPiece(socket, guard.Pass(line))) return false;
     if (++sends == SENDS_TO_PAUSE) {
       platform::SleepMilliseconds(PAUSE_MS);
       sends = 0;
     }
   }
-  return sent && search.MayEnd() && !message.Failed();
+  return any && !message.Failed() && SendPiece(socket, guard.Finish());
 }
 
 }  // namespace

@@ -48,10 +48,9 @@ int SendRcptTo(Socket socket, std::string_view address, ReplyText& reply);
 // final reply, SMTP_NO_REPLY, SMTP_DATA_REFUSED with the peer's text, or with "Data error" SMTP_NOT_SENT or
 // SMTP_MESSAGE_UNREADABLE: the peer then has no end of the message, and keeps nothing of it.
 //
-// The bytes go out as the stream delivers them, and no dot is added. So a line that is a single dot would end
-// the message there and turn its rest into commands: at any peer between CR LFs, at a lax one also next to a
-// bare CR or LF. A text with such a line is given up before the line is complete, and counts as one that
-// could not be sent. So does an empty text.
+// The bytes go out as the stream delivers them; only a dot alone in a line is doubled (core/dot_guard.h), as
+// it would end the message there and turn its rest into commands. An empty text counts as one that could not
+// be sent.
 int SendMessageData(Socket socket, platform::TextReader& message, ReplyText& reply);
 
 // Sends QUIT and reads nothing; the caller closes the socket.

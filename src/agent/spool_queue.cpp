@@ -7,6 +7,7 @@
 #include "core/spool_file.h"
 #include "core/system_config.h"
 #include "platform/clock.h"
+#include "platform/directory_walk.h"
 #include "platform/file.h"
 
 namespace velnor {
@@ -29,8 +30,8 @@ int ClaimNextSpoolFile(std::string& spool_path, SpoolFilter filter) {
     const std::string waiting = JoinPath(directory, std::string(name));
     if (filter != nullptr && !filter(waiting)) continue;
     const std::string claimed = JoinPath(directory, std::string(CLAIM_MARK).append(name));
-    // A file that can't be claimed, if only because its name has no room for the mark, goes on waiting and must not
-    // keep those behind it from their turn.
+    // A file that can't be claimed, if only because its name has no room for the mark, goes on waiting and
+    // must not keep those behind it from their turn.
     if (platform::MoveFile(waiting, claimed) != 0) continue;
     spool_path = claimed;
     return 1;
@@ -50,15 +51,16 @@ void RecoverSpool() {
   const std::string directory = g_SystemConfig.SpoolPath();
   std::vector<std::string> claimed;
   std::vector<std::string> unfinished;
-  const auto scan = DirOpen(directory);
-  while (const DirEntry* entry = DirNext(scan.get())) {
-    const std::string_view name = entry->Name;
-    if (entry->IsDirectory) continue;
-    if (name.starts_with(CLAIMED)) {
-      claimed.emplace_back(name);
-    } else if (name.starts_with(UNFINISHED) && !name.starts_with(CLAIM_MARK) &&
-               entry->CreateTime < platform::ProcessStartTime()) {
-      unfinished.emplace_back(name);
+  platform::DirectoryWalk walk;
+  if (walk.Open(directory) != 0) return;
+  platform::WalkEntry entry;
+  while (walk.Next(entry)) {
+    if (entry.isDirectory) continue;
+    if (entry.name.starts_with(CLAIMED)) {
+      claimed.push_back(entry.name);
+    } else if (entry.name.starts_with(UNFINISHED) && !entry.name.starts_with(CLAIM_MARK) &&
+               entry.changed < platform::ProcessStartTime()) {
+      unfinished.push_back(entry.name);
     }
   }
   for (const std::string& name : claimed) {

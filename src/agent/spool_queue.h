@@ -14,8 +14,8 @@ namespace velnor {
 // Whether a waiting file, given by its path, is the one to claim.
 using SpoolFilter = bool (*)(const std::string& path);
 
-// Claims the first file that waits, has reached its age of 10 seconds and passes the filter if there is one, by
-// renaming it. 1 with the claimed file's path, 0 when nothing is eligible. The agent's scheduler alone.
+// Claims the first file that waits, has reached its age of 10 seconds and passes the filter if there is one,
+// by renaming it. 1 with the claimed file's path, 0 when nothing is eligible. The agent's scheduler alone.
 int ClaimNextSpoolFile(std::string& spool_path, SpoolFilter filter = nullptr);
 
 // Writes a new waiting file for one recipient, with the retry count plus one, from the open spool file, which

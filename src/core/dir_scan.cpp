@@ -11,7 +11,7 @@ namespace {
 
 std::int64_t CreationTime(const platform::WalkEntry& found) {
   if (found.created) return *found.created;
-  return MailFileTime(found.name).value_or(found.changed);
+  return MailFileTime(found.name).value_or(found.changed / 1000);
 }
 
 }  // namespace

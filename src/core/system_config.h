@@ -56,9 +56,9 @@ class CSystemConfig {
   // Reads all settings, domains, rules and mail lists anew, and makes the spool directory if it is missing.
   void LoadConfig();
 
-  // The same while services run. 0, with all that is loaded left as it is, if velnor.ini can't be read or its mail root
-  // is no directory: domains whose directories can't be found would fall away, and their mail take the road to other
-  // hosts.
+  // The same while services run. 0, with all that is loaded left as it is, if velnor.ini can't be read or its
+  // mail root is no directory: domains whose directories can't be found would fall away, and their mail take
+  // the road to other hosts.
   int Reload();
 
   // Writes all settings but the domains, then loads the domains, which makes their directories.

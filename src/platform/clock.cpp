@@ -11,7 +11,11 @@ std::atomic<std::int64_t> g_ClockOffset = 0;
 
 CriticalSection g_ZoneSection;
 
-const std::int64_t g_ProcessStart = std::time(nullptr);
+const std::int64_t g_ProcessStart = [] {
+  std::timespec now{};
+  ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+  return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
+}();
 
 std::tm Calendar(std::tm* (*convert)(const std::time_t*, std::tm*), std::time_t moment) {
   std::tm parts{};

@@ -17,7 +17,7 @@ std::tm LocalTime(std::int64_t moment);
 // Seconds that the zone's standard time stands west of Greenwich; daylight saving plays no part.
 std::int64_t SecondsWestOfGreenwich();
 
-// When this process began to run.
+// When this process began to run, in milliseconds since 1970 and by the clock that stamps files.
 std::int64_t ProcessStartTime();
 
 }  // namespace platform

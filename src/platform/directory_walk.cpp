@@ -20,7 +20,7 @@ bool Describe(int directory, const char* name, WalkEntry& entry) {
   entry.name = name;
   entry.isDirectory = S_ISDIR(found.stx_mode);
   entry.size = found.stx_size;
-  entry.changed = found.stx_mtime.tv_sec;
+  entry.changed = found.stx_mtime.tv_sec * 1000 + found.stx_mtime.tv_nsec / 1'000'000;
   entry.created.reset();
   if ((found.stx_mask & STATX_BTIME) != 0 && found.stx_btime.tv_sec > 0)
     entry.created = found.stx_btime.tv_sec;

@@ -12,8 +12,8 @@ struct WalkEntry {
   std::string name;
   bool isDirectory = false;
   std::uint64_t size = 0;
-  std::int64_t changed = 0;             // last change of the content, seconds since 1970
-  std::optional<std::int64_t> created;  // where the file system keeps it
+  std::int64_t changed = 0;             // last change of the content, milliseconds since 1970
+  std::optional<std::int64_t> created;  // seconds since 1970, where the file system keeps it
 };
 
 class DirectoryWalk {

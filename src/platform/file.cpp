@@ -18,10 +18,11 @@ int Outcome(int result) {
   return result == 0 ? 0 : errno;
 }
 
+// Whether two names stand for one file.
 bool IsSameFile(const std::string& a, const std::string& b) {
   struct stat first;
   struct stat second;
-  return ::lstat(a.c_str(), &first) == 0 && ::lstat(b.c_str(), &second) == 0 &&
+  return a != b && ::lstat(a.c_str(), &first) == 0 && ::lstat(b.c_str(), &second) == 0 &&
          first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 

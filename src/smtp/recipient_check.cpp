@@ -48,7 +48,8 @@ RecipientVerdict CheckLocalRecipient(std::string_view user, std::string_view dom
   if (!directory) return RCPT_NO_USER;
   const std::string profile = JoinPath(*directory, PROFILE_FILE);
   const platform::PathKind kind = platform::ProbePath(profile);
-  // Where the disk or the process is at fault the client is to come again, not to be told that there is no such user.
+  // Where the disk or the process is at fault the client is to come again, not to be told that there is no
+  // such user.
   if (kind == platform::PathKind::UNKNOWN) return RCPT_BAD_ADDRESS;
   if (kind == platform::PathKind::MISSING) return RCPT_NO_USER;
   if (SenderListMatches(JoinPath(*directory, "allow.ini"), sender) == 0 &&

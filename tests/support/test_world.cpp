@@ -60,8 +60,9 @@ std::vector<std::string> TestWorld::LogMessages() {
 bool TestWorld::WaitForLog(std::string_view text) {
   return WaitUntil([&] {
     const std::vector<std::string> messages = LogMessages();
-    return std::any_of(messages.begin(), messages.end(),
-                       [text](const std::string& message) { return message.find(text) != std::string::npos; });
+    return std::any_of(messages.begin(), messages.end(), [text](const std::string& message) {
+      return message.find(text) != std::string::npos;
+    });
   });
 }
 

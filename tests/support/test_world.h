@@ -1,7 +1,7 @@
 // TestWorld: a server's surroundings in a directory of their own, for one test.
 //
-// It makes a working directory, a program directory and a mail root, opens g_SystemConfig on them, and stands in for the
-// program as the receiver of log lines. All of it is gone when the object goes.
+// It makes a working directory, a program directory and a mail root, opens g_SystemConfig on them, and stands
+// in for the program as the receiver of log lines. All of it is gone when the object goes.
 #pragma once
 
 #include <chrono>
@@ -28,8 +28,8 @@ class TestWorld {
   std::filesystem::path MailRoot() const { return root_ / "mail"; }
   std::filesystem::path Spool() const { return MailRoot() / "send"; }
 
-  // Makes an account with its Inbox and a profile that allows SMTP and POP3; `keys` are further lines of the profile,
-  // and come first. The user's directory.
+  // Makes an account with its Inbox and a profile that allows SMTP and POP3; `keys` are further lines of the
+  // profile, and come first. The user's directory.
   std::filesystem::path AddAccount(std::string_view domain, std::string_view user, std::string_view password,
                                    std::string_view keys = "");
   std::filesystem::path Inbox(std::string_view domain, std::string_view user) const;
