@@ -1,5 +1,6 @@
 #include "core/mail_file_name.h"
 
+#include <algorithm>
 #include <ctime>
 
 #include "core/text.h"

@@ -26,7 +26,7 @@ class FixedText {
   // object.
   void Set(std::string_view text) {
     const std::size_t length = std::min(text.substr(0, text.find('\0')).size(), N);
-    std::memmove(text_, text.data(), length);
+    if (length > 0) std::memmove(text_, text.data(), length);
     std::memset(text_ + length, 0, sizeof text_ - length);
   }
 
@@ -34,7 +34,7 @@ class FixedText {
   void Append(std::string_view text) {
     const std::size_t used = size();
     const std::size_t length = std::min(text.substr(0, text.find('\0')).size(), N - used);
-    std::memmove(text_ + used, text.data(), length);
+    if (length > 0) std::memmove(text_ + used, text.data(), length);
     text_[used + length] = '\0';
   }
 

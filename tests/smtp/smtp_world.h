@@ -16,7 +16,7 @@ class SmtpWire : public ::testing::Test {
  protected:
   SmtpWire() {
     world_.AddAccount("example.test", "alice", "Secret-of-18-bytes");
-    world_.AddAccount("example.test", "bob", "twenty-bytes-password");
+    world_.AddAccount("example.test", "bob", "nineteen-bytes-pass");
     world_.AddAccount("example.test", "full", "", "MaxMailNum=0\n");
     world_.AddAccount("example.test", "closed", "Secret", "SmtpEnable=0\n");
     Start();
