@@ -4,11 +4,11 @@
 #include <mutex>
 #include <string>
 
+#include "apps/reload.h"
 #include "apps/services.h"
-#include "core/log_service.h"
 #include "core/server_app.h"
-#include "core/system_config.h"
 #include "core/text.h"
+#include "platform/service_notify.h"
 #include "platform/signals.h"
 #include "platform/standard_output.h"
 #include "platform/thread.h"
@@ -18,6 +18,8 @@ namespace {
 
 constexpr std::size_t BATCH = 256;   // lines taken out of the queue at once
 constexpr int OUTPUT_WAIT_MS = 200;  // between two looks at whether the program ends
+constexpr int STATUS_MS = 1000;      // between two looks at whether the status line has changed
+constexpr int NO_LIMIT = -1;
 
 // Takes finished log lines to standard output on a thread of its own. A reader that stops reading stops this
 // thread alone; once the reader is gone for good, lines are taken out and dropped.
@@ -110,23 +112,43 @@ class HeadlessFront : public AppFront {
       Refuse(refusal);
       return;
     }
-    while (platform::WaitForSignal() == platform::Signal::RELOAD) ReloadConfig();
+    status_ = app.StatusLine();
+    platform::NotifyReady(status_);
+    while (Serve(app)) continue;
+    platform::NotifyStopping("Finishing the deliveries that have begun");
   }
 
   int ExitStatus() const { return exit_status_; }
 
  private:
-  static void ReloadConfig() {
-    if (g_SystemConfig.Reload() == 1) return;
-    WriteLog(LOG_SYS, "configuration not read anew: %s can't be read, or its MailPath is no directory",
-             g_SystemConfig.IniPath.Get().c_str());
+  // Waits for a signal and keeps the status line current meanwhile, if anybody reads it. False when the
+  // program is to end.
+  bool Serve(const CServerApp& app) {
+    const bool watched = platform::HasServiceManager();
+    switch (platform::WaitForSignal(watched ? STATUS_MS : NO_LIMIT)) {
+      case platform::Signal::STOP:
+        return false;
+      case platform::Signal::RELOAD:
+        platform::NotifyReloading();
+        ReloadConfig();
+        platform::NotifyReady(status_);
+        return true;
+      case platform::Signal::NONE:
+        break;
+    }
+    const std::string status = app.StatusLine();
+    if (status != status_) platform::NotifyStatus(status);
+    status_ = status;
+    return true;
   }
 
   void Refuse(const std::string& reason) {
     platform::WriteStandardError(reason + "\n");
+    platform::NotifyStatus(reason);
     exit_status_ = 1;
   }
 
+  std::string status_;  // the line as the service manager has it
   int exit_status_ = 0;
 };
 

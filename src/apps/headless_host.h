@@ -1,6 +1,7 @@
 // The headless host: the server in the foreground, without a window. Log lines go to standard output,
 // refusals to standard error. SIGTERM and SIGINT end it in order, SIGHUP makes it read its configuration
-// anew.
+// anew. A service manager that started it is told when the services stand, when they are reloaded or stopped,
+// and how many sessions and deliveries there are.
 #pragma once
 
 namespace velnor {

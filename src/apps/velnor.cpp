@@ -1,11 +1,15 @@
 // velnor: the server under its console.
 
 #include <QApplication>
+#include <QSocketNotifier>
 
+#include "apps/reload.h"
 #include "apps/services.h"
+#include "console/logic/systemd_service_manager.h"
 #include "console/widgets/desktop_prompter.h"
 #include "console/widgets/log_bell.h"
 #include "console/widgets/main_window.h"
+#include "platform/signals.h"
 #include "platform/standard_output.h"
 
 namespace velnor {
@@ -22,7 +26,7 @@ class ConsoleFront : public AppFront {
   }
 
   void RunModal(CServerApp& app) override {
-    NoServiceManager manager;
+    SystemdServiceManager manager;
     CMainDialog window(app, prompter_, manager, bell_);
     window.RunModal();
   }
@@ -36,9 +40,16 @@ class ConsoleFront : public AppFront {
 
 int RunConsole(int argc, char** argv) {
   platform::HoldStandardDescriptors();
+  const int reload = platform::WatchReload();
   QApplication application(argc, argv);
   QApplication::setDesktopFileName("velnor");
   QApplication::setQuitOnLastWindowClosed(false);
+  // Heard once the window is there, so the configuration has been opened by then.
+  QSocketNotifier reload_bell(reload, QSocketNotifier::Read);
+  QObject::connect(&reload_bell, &QSocketNotifier::activated, [reload] {
+    platform::TakeReload(reload);
+    ReloadConfig();
+  });
   // The bell stands behind the application object, which ends every thread that rings it.
   LogBell bell;
   CServerApp app(AllServices());

@@ -1,15 +1,19 @@
-// VelnorService: the server without a window.
+// VelnorService: the server without a window, and its entry with the service manager.
 
-#include <cstdio>
+#include <string_view>
+#include <vector>
 
 #include "apps/headless_host.h"
+#include "apps/service_entry.h"
+#include "platform/standard_output.h"
 
-int main(int argc, char**) {
-  if (argc > 1) {
-    std::fputs(
-        "usage: VelnorService\nRuns the mail server with the configuration of the working directory.\n",
-        stderr);
+int main(int argc, char** argv) {
+  if (argc <= 1) return velnor::RunHeadlessHost();
+  const std::vector<std::string_view> arguments(argv + 1, argv + argc);
+  const auto order = velnor::ReadServiceOrder(arguments);
+  if (!order) {
+    platform::WriteStandardError(velnor::SERVICE_USAGE);
     return 2;
   }
-  return velnor::RunHeadlessHost();
+  return velnor::CarryOut(*order);
 }

@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdlib>
 
+#include "platform/file.h"
 #include "platform/thread.h"
 #include "platform/write_all.h"
 
@@ -14,6 +15,16 @@ namespace platform {
 namespace {
 
 constexpr std::size_t BLOCK = 16 * 1024;
+
+// The path of the file itself where `path` is a link to it, also if the file is not there yet.
+std::string RealTarget(const std::string& path) {
+  char room[PATH_MAX];
+  if (::realpath(path.c_str(), room) != nullptr) return room;
+  const ssize_t length = ::readlink(path.c_str(), room, sizeof room);
+  if (length <= 0) return path;
+  const std::string target(room, static_cast<std::size_t>(length));
+  return target.front() == SEPARATOR ? target : path.substr(0, path.rfind(SEPARATOR) + 1) + target;
+}
 
 }  // namespace
 
@@ -23,8 +34,7 @@ FileReplacement::~FileReplacement() {
 }
 
 bool FileReplacement::Open(const std::string& target) {
-  char real[PATH_MAX];
-  target_ = ::realpath(target.c_str(), real) == nullptr ? target : std::string(real);
+  target_ = RealTarget(target);
   // The name keeps its ending, so that whoever tells files by their ending takes this one for the same kind.
   const std::size_t name = target_.rfind('/') + 1;
   std::string aside = target_.substr(0, name) + "new." + std::to_string(::getpid()) + '.' +

@@ -3,13 +3,20 @@
 
 namespace platform {
 
-enum class Signal { STOP, RELOAD };
+enum class Signal { STOP, RELOAD, NONE };
 
 // From now on the signals to stop (SIGTERM, SIGINT) and to reload (SIGHUP) interrupt nothing and wait for
 // WaitForSignal. To be called before the process has a second thread.
 void HoldSignals();
 
-// Waits for the next of them. One thread.
-Signal WaitForSignal();
+// Waits for the next of them, at most so long, or without end if the time is negative. NONE when the time is
+// over. One thread.
+Signal WaitForSignal(int milliseconds);
+
+// For a program whose main thread waits for something else: from now on the signal to reload (SIGHUP) makes a
+// descriptor readable, which is the result; -1 if there is none to be had. TakeReload makes it wait for the
+// next one. Other programs that this one starts are not touched by it.
+int WatchReload();
+void TakeReload(int descriptor);
 
 }  // namespace platform

@@ -1,8 +1,10 @@
 #include "agent/agent_world.h"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <regex>
 
 #include "agent/delivery_worker.h"
@@ -72,6 +74,22 @@ rlim_t DescriptorsFor(int more_files) {
   const int next = ::dup(STDERR_FILENO);
   ::close(next);
   return static_cast<rlim_t>(next + more_files);
+}
+
+TornText::TornText()
+    : page_(static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))),
+      memory_(::mmap(nullptr, 2 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
+  std::memset(memory_, 'x', page_);
+  EXPECT_EQ(::munmap(static_cast<char*>(memory_) + page_, page_), 0);
+}
+
+TornText::~TornText() {
+  ::munmap(memory_, page_);
+}
+
+void TornText::Open(platform::TextReader& stream) const {
+  ASSERT_EQ(stream.Open("/proc/self/mem"), 0);
+  stream.Seek(static_cast<platform::TextReader::Position>(reinterpret_cast<std::uintptr_t>(memory_)));
 }
 
 AgentWorld::AgentWorld() {

@@ -39,6 +39,24 @@ std::vector<std::string> StoredTexts(const std::vector<std::string>& texts);
 // The limit on descriptors that leaves so many more files to be opened.
 rlim_t DescriptorsFor(int more_files);
 
+// A text whose reading fails in the middle: this process's own memory as a file, a page of x with a hole
+// behind it.
+class TornText {
+ public:
+  TornText();
+  ~TornText();
+  TornText(const TornText&) = delete;
+  TornText& operator=(const TornText&) = delete;
+
+  // Leaves the stream at the text's beginning.
+  void Open(platform::TextReader& stream) const;
+  std::string WhatCanBeRead() const { return std::string(page_, 'x'); }
+
+ private:
+  const std::size_t page_;
+  void* const memory_;
+};
+
 class AgentWorld : public testing::Test {
  protected:
   AgentWorld();

@@ -19,6 +19,7 @@ MAY_INCLUDE = {
     "pop3": {"platform", "core", "policy"},
     "console/logic": {"platform", "core", "policy"},
     "console/widgets": {"platform", "core", "policy", "console/logic"},
+    "control": {"platform", "core", "policy", "console/logic"},
 }
 EVERYTHING = set(MAY_INCLUDE) | {"apps"}
 WINDOWS = "console/widgets"
@@ -109,6 +110,10 @@ SAMPLES = [
     ("console/widgets/b.cpp", "#include <QDialog>", False),
     ("console/widgets/c.cpp", '#include "ui_window.h"', False),
     ("console/widgets/d.cpp", '#include "smtp/session.h"', True),
+    ("control/a.cpp", '#include "console/logic/prompter.h"', False),
+    ("control/b.cpp", '#include "console/widgets/window.h"', True),
+    ("control/c.cpp", '#include "agent/agent.h"', True),
+    ("console/logic/e.cpp", '#include "control/control.h"', True),
     ("apps/velnor.cpp", "#include <QApplication>", False),
     ("apps/velnor.h", '#include "console/widgets/window.h"', True),
     ("apps/velnor_service.cpp", '#include "agent/agent.h"', False),

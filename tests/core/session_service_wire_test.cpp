@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "core/command_loop.h"
 #include "core/log_service.h"
 #include "core/socket_text.h"
@@ -54,17 +52,12 @@ class SessionTable : public ::testing::Test {
   static std::unique_ptr<PeerConnection> Connect() {
     return PeerConnection::Connect(g_SystemConfig.SmtpPort);
   }
-  bool HasLogged(const std::string& message) {
-    const auto messages = world_.LogMessages();
-    return std::find(messages.begin(), messages.end(), message) != messages.end();
-  }
 
   TestWorld world_;
 };
 
 TEST_F(SessionTable, HoldsNinetyNineSessionsAndUsesFreedSlotsAgain) {
   StartSessionService(g_Echo);
-  EXPECT_TRUE(HasLogged("ECHO server started, listen " + std::to_string(g_SystemConfig.SmtpPort) + " port"));
   std::vector<std::unique_ptr<PeerConnection>> clients;
   for (int i = 0; i < MAX_SESSIONS; ++i) {
     clients.push_back(Connect());
@@ -89,23 +82,12 @@ TEST_F(SessionTable, HoldsNinetyNineSessionsAndUsesFreedSlotsAgain) {
 
   StopSessionService(g_Echo);
   EXPECT_EQ(g_Echo.SessionCount, 0);
-  EXPECT_TRUE(HasLogged("ECHO server ended"));
   EXPECT_EQ(next->ReadToClose(), "");
   for (const auto& client : clients) EXPECT_EQ(client->ReadToClose(), "");
   EXPECT_EQ(Connect(), nullptr);
 }
 
-TEST_F(SessionTable, ATakenPortIsToldAndTriedAgainAtTheNextStart) {
-  {
-    const ScriptedPeer other([](PeerConnection&) {});
-    g_SystemConfig.SmtpPort = other.Port();
-    StartSessionService(g_Echo);
-    EXPECT_EQ(world_.LogMessages(), std::vector<std::string>{"can't bind " + std::to_string(other.Port()) +
-                                                             " port, err:Address already in use"});
-    EXPECT_EQ(g_Echo.Listening, 0);
-    StopSessionService(g_Echo);
-  }
-  // A stop leaves the port free for the start behind it.
+TEST_F(SessionTable, AStopLeavesThePortFreeForTheNextStart) {
   for (int round = 0; round < 5; ++round) {
     StartSessionService(g_Echo);
     const auto client = Connect();
@@ -113,9 +95,6 @@ TEST_F(SessionTable, ATakenPortIsToldAndTriedAgainAtTheNextStart) {
     EXPECT_EQ(client->ReadLine(), "slot 0 errors 0\n");
     StopSessionService(g_Echo);
   }
-  g_SystemConfig.SmtpPort = 70'000;
-  StartSessionService(g_Echo);
-  EXPECT_TRUE(HasLogged("can't bind 70000 port, err:Invalid argument"));
 }
 
 TEST_F(SessionTable, LinesAreTrimmedCutAtANulAndReadInPieces) {

@@ -1,7 +1,6 @@
 #include "support/scripted_peer.h"
 
 #include <arpa/inet.h>
-#include <linux/tcp.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -71,13 +70,6 @@ std::string PeerConnection::ReadUntil(std::string_view end) {
     if (count <= 0) return std::exchange(unread_, {});
     unread_.append(room, static_cast<std::size_t>(count));
   }
-}
-
-unsigned PeerConnection::SegmentsReceived() const {
-  tcp_info info{};
-  socklen_t size = sizeof info;
-  Require(::getsockopt(descriptor_, IPPROTO_TCP, TCP_INFO, &info, &size) == 0, "TCP_INFO");
-  return info.tcpi_data_segs_in;
 }
 
 void PeerConnection::Close() {

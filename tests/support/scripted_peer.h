@@ -34,9 +34,6 @@ class PeerConnection {
   std::string ReadLine() { return ReadUntil("\n"); }
   std::string ReadToClose() { return ReadUntil({}); }
 
-  // How many segments with data have come so far.
-  unsigned SegmentsReceived() const;
-
   void Close();
 
  private:

@@ -29,10 +29,7 @@ class ScriptedPrompter : public Prompter {
     return Answer;
   }
 
-  std::optional<std::string> ChooseFolder(std::string_view title) override {
-    ChooserTitles.emplace_back(title);
-    return Folder;
-  }
+  std::optional<std::string> ChooseFolder(std::string_view) override { return Folder; }
 
   void OpenExternally(const std::string& target) override { Opened.push_back(target); }
 
@@ -44,7 +41,6 @@ class ScriptedPrompter : public Prompter {
   }
 
   std::vector<ShownPrompt> Shown;
-  std::vector<std::string> ChooserTitles;
   std::vector<std::string> Opened;
   PromptAnswer Answer = PromptAnswer::NO;  // to every box with a choice
   std::optional<std::string> Folder;       // the folder chooser's

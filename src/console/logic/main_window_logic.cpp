@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t BATCH = 4096;  // lines; the window answers between two batches
 
 // Where the papers lie, seen from the program's directory: installed, and in a source tree.
-constexpr std::array PAPER_PLACES = {"../share/doc/velnor", "../../docs", "../.."};
+constexpr std::array PAPER_PLACES = {"../../share/doc/velnor", "../../docs", "../.."};
 
 }  // namespace
 

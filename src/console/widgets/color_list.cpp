@@ -67,9 +67,12 @@ void CColorListBox::SetLongestLine(std::size_t characters) {
 
 void CColorListBox::updateGeometries() {
   QScrollBar* const vertical = verticalScrollBar();
+  // A list that shows its end goes on doing so when its size changes, or when the bar below it comes or goes.
+  const bool at_end = vertical->value() == vertical->maximum();
   vertical->setRange(0, std::max(0, LineCount() - WholeLines()));
   vertical->setPageStep(WholeLines());
   vertical->setSingleStep(1);
+  if (at_end) FollowEnd();
   const int character = fontMetrics().horizontalAdvance('0');
   const int width = static_cast<int>(longest_) * character + 2 * MARGIN;
   QScrollBar* const horizontal = horizontalScrollBar();

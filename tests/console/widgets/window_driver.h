@@ -9,8 +9,6 @@
 #include <QDialog>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QTimer>
-#include <functional>
 
 namespace velnor::test {
 
@@ -55,19 +53,6 @@ inline void Open(QWidget& window) {
   window.show();
   QApplication::setActiveWindow(&window);
   QApplication::processEvents();
-}
-
-// Has the next modal window driven by `drive`, which is to end it, once its own event loop runs.
-inline void WithNextDialog(std::function<void(QDialog&)> drive) {
-  QTimer::singleShot(0, [drive = std::move(drive)] {
-    auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-    ASSERT_NE(dialog, nullptr);
-    drive(*dialog);
-    if (dialog->isVisible()) {
-      ADD_FAILURE() << "the dialog stays open";
-      dialog->reject();
-    }
-  });
 }
 
 }  // namespace velnor::test

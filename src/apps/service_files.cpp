@@ -1,0 +1,66 @@
+#include "apps/service_files.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "core/mail_store.h"
+#include "core/paths.h"
+#include "core/system_config.h"
+#include "platform/directory_walk.h"
+#include "platform/file.h"
+
+namespace velnor {
+namespace {
+
+using Paths = std::vector<std::string>;
+
+bool IsThere(const std::string& path) {
+  return platform::IsLink(path) || platform::ProbePath(path) != platform::PathKind::MISSING;
+}
+
+// What the server makes, reads and writes.
+Paths ServerFiles(const std::string& mail_root) {
+  Paths files = {g_SystemConfig.IniPath.Get(), g_SystemConfig.MailListPath.Get(),
+                 g_SystemConfig.LogPath.Get(), g_SystemConfig.RulesPath(), JoinPath(mail_root, "send")};
+  for (const std::string& domain : *g_SystemConfig.LocalDomains.Get()) {
+    files.push_back(StorePath(mail_root, domain));
+  }
+  return files;
+}
+
+// Whether a directory is the server's alone.
+bool HoldsOnly(const std::string& directory, const Paths& own) {
+  platform::DirectoryWalk walk;
+  if (walk.Open(directory) != 0) return false;
+  platform::WalkEntry entry;
+  while (walk.Next(entry)) {
+    if (entry.name == "." || entry.name == "..") continue;
+    if (std::find(own.begin(), own.end(), JoinPath(directory, entry.name)) == own.end()) return false;
+  }
+  return !walk.Failed();
+}
+
+}  // namespace
+
+bool GiveServerFiles(const std::string& working_directory, const std::string& mail_root,
+                     const platform::Account& account) {
+  Paths own = ServerFiles(mail_root);
+  own.push_back(mail_root);
+  const Paths directories = {working_directory, mail_root};
+  Paths alone;
+  for (const std::string& directory : directories) {
+    if (HoldsOnly(directory, own)) alone.push_back(directory);
+  }
+  own.pop_back();
+
+  bool all = true;
+  for (const std::string& path : own) {
+    if (IsThere(path) && !platform::GiveTree(path, account)) all = false;
+  }
+  for (const std::string& directory : alone) {
+    if (!platform::GiveDirectory(directory, account)) all = false;
+  }
+  return all;
+}
+
+}  // namespace velnor

@@ -1,0 +1,19 @@
+// The check of a configuration: all files read as the server reads them, and each fault named. It changes
+// nothing. The thread of the command.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace velnor {
+
+struct ConfigFault {
+  std::string Place;  // a file, a directory or an address
+  std::string Text;
+};
+
+// Looks through the configuration that g_SystemConfig has open: settings, domains, accounts, mail lists and
+// rules, and who may read their files.
+std::vector<ConfigFault> CheckConfiguration();
+
+}  // namespace velnor

@@ -1,0 +1,130 @@
+#include <algorithm>
+
+#include "console/logic/config_form.h"
+#include "control/commands.h"
+#include "control/config_check.h"
+#include "control/key_values.h"
+#include "core/mail_store.h"
+#include "core/paths.h"
+#include "core/settings.h"
+#include "core/system_config.h"
+#include "core/text.h"
+
+namespace velnor {
+namespace {
+
+const ConfigField* FindField(std::string_view key) {
+  const auto fields = ConfigFields();
+  const auto found = std::find_if(fields.begin(), fields.end(), [key](const ConfigField& field) {
+    return EqualsIgnoreCase(field.Key, key);
+  });
+  return found == fields.end() ? nullptr : &*found;
+}
+
+// Puts settings into the form's fields. False, with the words shown, if one is none.
+bool FillForm(Control& control, ConfigForm& form, const KeyValues& settings) {
+  for (const auto& [key, value] : settings) {
+    const ConfigField* const field = FindField(key);
+    if (field == nullptr) {
+      const char* const what = FindSetting(key) == nullptr ? "There is no setting \"" : "Nothing uses \"";
+      return control.Refuse(what + key + "\".") == DONE;
+    }
+    const FieldFault fault = field->Kind == ConfigFieldKind::TICK ? CheckTick(field->Caption, value)
+                                                                  : CheckPlainText(field->Caption, value);
+    if (fault) return control.Refuse(*fault) == DONE;
+    form.Value(field->Key) = TrimBlanks(value);
+  }
+  return true;
+}
+
+bool NamesKey(const KeyValues& settings, std::string_view wanted) {
+  return std::any_of(settings.begin(), settings.end(),
+                     [wanted](const auto& setting) { return EqualsIgnoreCase(setting.first, wanted); });
+}
+
+bool IsPort(const KeyValues::value_type& setting) {
+  return EqualsIgnoreCase(setting.first, "Pop3Port") || EqualsIgnoreCase(setting.first, "SmtpPort");
+}
+
+// The domains' directories under a mail root, which a save makes.
+std::vector<std::string> DomainDirectories(const std::string& mail_path) {
+  std::vector<std::string> paths;
+  for (const std::string& domain : *g_SystemConfig.LocalDomains.Get()) {
+    paths.push_back(StorePath(mail_path, domain));
+  }
+  return paths;
+}
+
+void NoteEffect(Control& control, const KeyValues& settings) {
+  if (PathExists(g_SystemConfig.MailPath.Get(), PathFlag::DIRECTORY) == 0) {
+    control.Note(g_SystemConfig.MailPath.Get() + " is no directory: the server does not start without it.");
+  }
+  const auto ports = std::count_if(settings.begin(), settings.end(), IsPort);
+  if (ports < std::ssize(settings)) control.SayWhenItCounts(Effect::RELOAD);
+  if (ports > 0) control.SayWhenItCounts(Effect::PORTS);
+}
+
+}  // namespace
+
+int ConfigShow(Control& control, const Arguments&) {
+  Record record;
+  for (const Setting& setting : AllSettings()) {
+    if (setting.Text != nullptr) {
+      record.emplace_back(setting.Key, SettingValue(g_SystemConfig, setting));
+    } else {
+      record.emplace_back(setting.Key, static_cast<std::int64_t>((g_SystemConfig.*setting.Number).load()));
+    }
+  }
+  record.emplace_back(LOCAL_DOMAIN_KEY, *g_SystemConfig.LocalDomains.Get());
+  control.Show(record);
+  return DONE;
+}
+
+int ConfigGet(Control& control, const Arguments& arguments) {
+  const Setting* const setting = FindSetting(arguments.First);
+  if (setting == nullptr) return control.Refuse("There is no setting \"" + arguments.First + "\".");
+  Listing listing{{setting->Key}, {{SettingValue(g_SystemConfig, *setting)}}};
+  control.Show(listing);
+  return DONE;
+}
+
+int ConfigSet(Control& control, const Arguments& arguments) {
+  const std::string ini = g_SystemConfig.IniPath.Get();
+  if (!control.MayReplace(ini)) return REFUSED;
+  const std::optional<KeyValues> settings = ParseKeyValues(arguments.Rest);
+  if (!settings) return control.Refuse("A setting is KEY VALUE or KEY=VALUE.");
+  ConfigForm form(control.Prompts);
+  if (!FillForm(control, form, *settings)) return REFUSED;
+
+  const NewFiles file({ini});
+  const NewFiles directories(DomainDirectories(form.Value("MailPath")));
+  form.Apply();
+  if (std::string_view(form.FailedKey).empty()) {
+    file.HandOverReadable();
+    directories.HandOver();
+    if (!control.CheckSaved(Part::SETTINGS)) return REFUSED;
+    NoteEffect(control, *settings);
+    return DONE;
+  }
+  if (!NamesKey(*settings, form.FailedKey)) {
+    control.Note(std::string(form.FailedKey) + " in velnor.ini is not accepted. Set it in the same command.");
+  }
+  return REFUSED;
+}
+
+int ConfigCheck(Control& control, const Arguments&) {
+  const std::vector<ConfigFault> faults = CheckConfiguration();
+  Listing listing{{"place", "fault"}, {}};
+  for (const ConfigFault& fault : faults) listing.Rows.push_back({fault.Place, fault.Text});
+  if (control.Chosen.Json) {
+    control.Show(listing);
+  } else {
+    for (const ConfigFault& fault : faults) {
+      control.Around.Screen.Out(LogSafe(fault.Place + ": " + fault.Text) + "\n");
+    }
+    if (faults.empty()) control.Note("No fault was found.");
+  }
+  return faults.empty() ? DONE : REFUSED;
+}
+
+}  // namespace velnor
