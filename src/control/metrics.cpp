@@ -23,7 +23,7 @@ DomainFigures Measure(const std::string& domain) {
   DomainFigures figures{.Domain = domain};
   for (const AccountRow& row : ListAccounts(domain)) {
     std::int32_t messages = 0;
-    std::int32_t bytes = 0;
+    std::int64_t bytes = 0;
     MeasureMailbox(UserDirectory(domain, row.Account).value_or(""), messages, bytes);
     ++figures.Mailboxes;
     figures.Messages += messages;

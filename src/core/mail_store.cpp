@@ -21,11 +21,6 @@ bool IsDots(std::string_view name) {
   return name == "." || name == "..";
 }
 
-std::int32_t AddWithin(std::int32_t total, std::uint64_t more) {
-  return static_cast<std::int32_t>(
-      std::min<std::uint64_t>(static_cast<std::uint64_t>(total) + more, std::uint64_t{INT32_MAX}));
-}
-
 // StorePath, as a look that may fail: false if the parent is there and can't be searched.
 bool FindStored(const std::string& parent, std::string_view name, std::string& path) {
   path = JoinPath(parent, std::string(name));
@@ -120,7 +115,7 @@ int DeleteTree(const std::string& path) {
   return platform::RemoveDirectory(path) == 0 ? 1 : 0;
 }
 
-int MeasureMailbox(const std::string& path, std::int32_t& count, std::int32_t& bytes) {
+int MeasureMailbox(const std::string& path, std::int32_t& count, std::int64_t& bytes) {
   platform::DirectoryWalk walk;
   if (walk.Open(path) != 0) return 1;
   platform::WalkEntry entry;
@@ -130,8 +125,8 @@ int MeasureMailbox(const std::string& path, std::int32_t& count, std::int32_t& b
       MeasureMailbox(JoinPath(path, entry.name), count, bytes);
     } else if (entry.name.size() < 4 ||
                !EqualsIgnoreCase(TextFrom(entry.name, entry.name.size() - 4), ".ini")) {
-      count = AddWithin(count, 1);
-      bytes = AddWithin(bytes, entry.size);
+      if (count < INT32_MAX) ++count;
+      bytes += static_cast<std::int64_t>(entry.size);
     }
   }
   return 1;

@@ -51,7 +51,7 @@ std::optional<std::string> Authenticate(std::string_view user, std::string_view 
 int DeleteTree(const std::string& path);
 
 // Adds the number and the total size in bytes of all files below a directory, those ending in ".ini" left
-// out. Both stay at the largest 32-bit number once they reach it. Always 1.
-int MeasureMailbox(const std::string& path, std::int32_t& count, std::int32_t& bytes);
+// out. Always 1.
+int MeasureMailbox(const std::string& path, std::int32_t& count, std::int64_t& bytes);
 
 }  // namespace velnor

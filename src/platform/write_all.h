@@ -5,7 +5,8 @@
 
 namespace platform {
 
-// Writes all bytes, however many calls that takes. False if one failed; how much of them was written is then open.
+// Writes all bytes, however many calls that takes. False if one failed; how much of them was written is then
+// open.
 bool WriteAll(int descriptor, std::string_view bytes);
 
 }  // namespace platform

@@ -22,7 +22,7 @@ bool IsOverQuota(const std::string& user_directory, const std::string& profile) 
   const std::int32_t max_count = platform::ReadProfileInt(profile, PROFILE_SECTION, "MaxMailNum", 999);
   const std::int32_t box_megabytes = platform::ReadProfileInt(profile, PROFILE_SECTION, "MailBoxSize", 50);
   std::int32_t count = 0;
-  std::int32_t bytes = 0;
+  std::int64_t bytes = 0;
   MeasureMailbox(user_directory, count, bytes);
   if (count >= max_count) return true;
   const auto limit = static_cast<std::int64_t>(FULL_SHARE * box_megabytes * KILOBYTE);

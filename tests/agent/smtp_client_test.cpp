@@ -1,5 +1,12 @@
 #include "agent/smtp_client.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
 #include <future>
 
 #include "agent/agent_world.h"
@@ -135,6 +142,45 @@ TEST_F(SendMessageDataTest, AFaultOfTheDiskNeverEndsTheMessage) {
   EXPECT_EQ(sent.Result, SMTP_MESSAGE_UNREADABLE);
   EXPECT_EQ(sent.Reply, "Data error");
   EXPECT_EQ(sent.Wire, text.WhatCanBeRead());
+}
+
+// An address that swallows what is sent to it: the queue of a port where nobody takes connections is filled
+// up, and the system drops the first packet of each further one.
+class SwallowingPort {
+ public:
+  SwallowingPort() {
+    sockaddr_in endpoint{};
+    endpoint.sin_family = AF_INET;
+    endpoint.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof endpoint;
+    auto* const where = reinterpret_cast<sockaddr*>(&endpoint);
+    EXPECT_EQ(::bind(listener_, where, size), 0);
+    EXPECT_EQ(::listen(listener_, 0), 0);
+    EXPECT_EQ(::getsockname(listener_, where, &size), 0);
+    port_ = ntohs(endpoint.sin_port);
+    for (const int filler : fillers_)
+      EXPECT_TRUE(::connect(filler, where, size) == 0 || errno == EINPROGRESS);
+  }
+  ~SwallowingPort() {
+    for (const int filler : fillers_) ::close(filler);
+    ::close(listener_);
+  }
+  int Port() const { return port_; }
+
+ private:
+  static int NewSocket() { return ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0); }
+
+  const int listener_ = NewSocket();
+  const int fillers_[3] = {NewSocket(), NewSocket(), NewSocket()};
+  int port_ = 0;
+};
+
+TEST(SmtpExchange, AConnectGivesUpOnAnAddressThatSwallowsPackets) {
+  const SwallowingPort swallowing;
+  const auto started = std::chrono::steady_clock::now();
+  ReplyText reply;
+  EXPECT_EQ(ConnectSmtp(LOOPBACK, reply, swallowing.Port()), platform::SOCKET_INVALID);
+  EXPECT_GE(std::chrono::steady_clock::now() - started, std::chrono::seconds(29));
 }
 
 }  // namespace

@@ -61,5 +61,22 @@ TEST(RecvLine, EndsALineAtItsLineEndOrLimit) {
   }
 }
 
+TEST(RecvLine, TakesNoByteBehindTheLine) {
+  const Connection connection([](PeerConnection& peer) {
+    peer.Send("DATA\r\n.body");
+    peer.ReadToClose();
+  });
+  std::string line;
+  EXPECT_EQ(RecvLine(connection.socket, line, 128), 5);
+  std::string rest;
+  while (rest.size() < 5) {
+    char room[64];
+    const int count = RecvBytes(connection.socket, room);
+    ASSERT_GT(count, 0);
+    rest.append(room, static_cast<std::size_t>(count));
+  }
+  EXPECT_EQ(rest, ".body");
+}
+
 }  // namespace
 }  // namespace velnor::test
