@@ -51,6 +51,7 @@ void AddPlainSignals(posix_spawnattr_t& attributes) {
 // The process's id, or -1.
 pid_t Spawn(const std::vector<std::string>& words, int output, ErrorOutput errors) {
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;
