@@ -5,6 +5,7 @@
 #include "control/mail_list_check.h"
 #include "core/mail_store.h"
 #include "core/system_config.h"
+#include "core/text.h"
 
 namespace velnor {
 namespace {
@@ -32,7 +33,7 @@ bool MayChange(Control& control) {
   if (!control.MayReplace(path)) return false;
   const std::vector<std::string> dropped = DroppedMailListLines(path);
   if (dropped.empty() || control.Chosen.Force) return true;
-  for (const std::string& line : dropped) control.Note(path + ", " + line);
+  for (const std::string& line : dropped) control.Note(FormatText("%s, %s", path.c_str(), line.c_str()));
   control.Refuse("The change would take these lines out of the file. Mend them first, or use --force.");
   return false;
 }

@@ -64,8 +64,9 @@ std::optional<std::string> ReadSecretLine(std::string_view prompt) {
   const NotedSignals noted;
   termios hidden = shown;
   hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-  WriteStandardError(prompt);
+  // The prompt comes last: what is typed after it is kept, and not shown.
   ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+  WriteStandardError(prompt);
   std::optional<std::string> line = ReadInputLine();
   ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
   WriteStandardError("\n");
