@@ -3,6 +3,7 @@
 #include "control/command_line.h"
 #include "control/standard_terminal.h"
 #include "core/paths.h"
+#include "core/server_app.h"
 #include "platform/file.h"
 #include "platform/instance_probe.h"
 #include "platform/socket.h"

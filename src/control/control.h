@@ -24,8 +24,6 @@ inline constexpr int DONE = 0;
 inline constexpr int REFUSED = 1;
 inline constexpr int USAGE = 2;
 
-inline constexpr const char* INSTANCE_NAME = "Velnor.exe";
-
 // What lies around the program; a test puts its own in the place of the real.
 struct Surroundings {
   Terminal& Screen;

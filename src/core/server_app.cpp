@@ -11,7 +11,6 @@
 namespace velnor {
 namespace {
 
-constexpr const char* INSTANCE_NAME = "Velnor.exe";
 constexpr int LAST_WORDS_MS = 1000;
 
 std::atomic<CServerApp*> g_App = nullptr;

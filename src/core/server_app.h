@@ -40,6 +40,9 @@ class AppFront {
   virtual void RunModal(CServerApp& app) = 0;
 };
 
+// The system-wide name that the running instance holds.
+inline constexpr const char* INSTANCE_NAME = "Velnor.exe";
+
 inline constexpr const char* MAIL_PATH_MISSING =
     "You didn't set the MailPath, please open the configuration window to setup";
 

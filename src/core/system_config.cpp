@@ -21,6 +21,13 @@ NameTable::const_iterator FindName(const NameTable& table, std::string_view name
                       [name](const std::string& entry) { return EqualsIgnoreCase(entry, name); });
 }
 
+// The domains as the setting holds them, each one followed by a "|".
+std::string StoredForm(const NameTable& domains) {
+  std::string list;
+  for (const std::string& domain : domains) list += domain + '|';
+  return list;
+}
+
 // Whether a domain of this name can have a directory and stand in the list: the spool has its name already,
 // and the list's separator and the wildcards of a path would come back as something else.
 bool IsDomainName(std::string_view name) {
@@ -120,13 +127,14 @@ void CSystemConfig::LoadDomains() {
 }
 
 void CSystemConfig::SaveDomains() {
-  std::string list;
-  for (const std::string& domain : *LocalDomains.Get()) list += domain + '|';
-  platform::WriteProfile(IniPath.Get(), SETTINGS_SECTION, {{LOCAL_DOMAIN_KEY, list}});
+  platform::WriteProfile(IniPath.Get(), SETTINGS_SECTION,
+                         {{LOCAL_DOMAIN_KEY, StoredForm(*LocalDomains.Get())}});
 }
 
 int CSystemConfig::AddDomain(std::string_view name) {
   NameTable domains = *LocalDomains.Get();
+  // A domain that a load would cut off would be lost with the next start, and its mail with it.
+  if (StoredForm(domains).size() + name.size() + 1 > LOCAL_DOMAIN_LIMIT) return 0;
   if (AddDomainTo(domains, name) == 0) return 0;
   LocalDomains.Set(std::move(domains));
   return 1;

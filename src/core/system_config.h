@@ -67,12 +67,12 @@ class CSystemConfig {
   void LoadDomains();
   void SaveDomains();
 
-  // Adds a domain and makes its directory. 0 if it is there already, if the directory can't be made, or if
-  // the name can be no domain's (IsStoreName refuses it, it holds "|", "*" or "?", or it is the spool's).
-  // DeleteDomain takes the domain's directory with all its mail away; 1 also for a name that is not in the
-  // table, 0 if the directory could not be removed whole. UpdateDomain renames the entry, and the directory
-  // if the new one is not there yet; 0 if there is no such entry, the name can be no domain's, or the rename
-  // failed. The caller saves by SaveDomains.
+  // Adds a domain and makes its directory. 0 if it is there already, if the directory can't be made, if the
+  // stored list has no room for it, or if the name can be no domain's (IsStoreName refuses it, it holds "|",
+  // "*" or "?", or it is the spool's). DeleteDomain takes the domain's directory with all its mail away; 1
+  // also for a name that is not in the table, 0 if the directory could not be removed whole. UpdateDomain
+  // renames the entry, and the directory if the new one is not there yet; 0 if there is no such entry, the
+  // name can be no domain's, or the rename failed. The caller saves by SaveDomains.
   int AddDomain(std::string_view name);
   int DeleteDomain(std::string_view name);
   int UpdateDomain(std::string_view old_name, std::string_view new_name);

@@ -20,11 +20,19 @@ class Desktop:
             self.env.pop(name, None)
 
     def __enter__(self):
+        try:
+            self._start_all()
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def _start_all(self):
         reading, writing = os.pipe()
         # Displays of other runs may have been numbered where this one can't see them, so it draws its number.
         number = random.randrange(1000, 30000)
         self._start("Xvfb", f":{number}", "-displayfd", str(writing), "-screen", "0", f"{self.size}x24",
-                    "-nolisten", "tcp", pass_fds=[writing])
+                    "-nolisten", "tcp", "-noreset", pass_fds=[writing])
         os.close(writing)
         with os.fdopen(reading) as ready:
             self.env["DISPLAY"] = ":" + ready.readline().strip()
@@ -33,7 +41,6 @@ class Desktop:
         if self.with_tray:
             self._start("trayer", "--edge", "bottom", "--widthtype", "request", "--height", "24")
             wait_for("the tray", lambda: self._find("--class", "trayer"))
-        return self
 
     def __exit__(self, *_):
         for process in reversed(self.processes):
