@@ -1,5 +1,5 @@
-// What a user does to a window, for the window tests. A widget is found by its caption or its name; one that is not
-// there fails the test.
+// What a user does to a window, for the window tests. A widget is found by its caption or its name; one that
+// is not there fails the test.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -29,7 +29,8 @@ inline void Click(const QWidget& window, const QString& caption) {
 template <typename Widget>
 Widget* Find(const QWidget& window, const QString& name) {
   for (Widget* widget : window.findChildren<Widget*>()) {
-    if (widget->isVisible() && (widget->objectName() == name || widget->accessibleName() == name)) return widget;
+    if (widget->isVisible() && (widget->objectName() == name || widget->accessibleName() == name))
+      return widget;
   }
   ADD_FAILURE() << "no widget " << name.toStdString();
   return nullptr;
