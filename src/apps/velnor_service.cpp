@@ -8,6 +8,7 @@
 #include "platform/standard_output.h"
 
 int main(int argc, char** argv) {
+  platform::HoldStandardDescriptors();
   if (argc <= 1) return velnor::RunHeadlessHost();
   const std::vector<std::string_view> arguments(argv + 1, argv + argc);
   const auto order = velnor::ReadServiceOrder(arguments);

@@ -163,6 +163,7 @@ int CSystemConfig::UpdateDomain(std::string_view old_name, std::string_view new_
   NameTable domains = *LocalDomains.Get();
   const auto entry = FindName(domains, old_name);
   if (entry == domains.end() || !IsDomainName(new_name)) return 0;
+  if (StoredForm(domains).size() - entry->size() + new_name.size() > LOCAL_DOMAIN_LIMIT) return 0;
   const std::string from = DomainPath(*entry);
   const std::string to = DomainPath(new_name);
   if (PathExists(from, PathFlag::DIRECTORY) == 1 && PathExists(to, PathFlag::DIRECTORY) == 0 &&

@@ -39,7 +39,9 @@ bool FileReplacement::Open(const std::string& target) {
   const std::size_t name = target_.rfind('/') + 1;
   std::string aside = target_.substr(0, name) + "new." + std::to_string(::getpid()) + '.' +
                       std::to_string(CurrentThreadId()) + '.' + target_.substr(name);
-  descriptor_ = ::open(aside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
+  // What stands under this name is a leftover, or was put there by somebody who wants to keep a hand in it.
+  ::unlink(aside.c_str());
+  descriptor_ = ::open(aside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
   if (descriptor_ < 0) return false;
   path_ = std::move(aside);
   TakeOwnerAndMode();

@@ -1,5 +1,7 @@
 #include "console/logic/domains_page_logic.h"
 
+#include <utility>
+
 #include "console/logic/dialog_prompts.h"
 #include "console/logic/field_check.h"
 #include "console/logic/row_search.h"
@@ -12,7 +14,9 @@ DomainsPageLogic::DomainsPageLogic(Prompter& prompter) : prompter_(prompter) {
 }
 
 void DomainsPageLogic::Refresh() {
-  Rows = *g_SystemConfig.LocalDomains.Get();
+  NameTable stored = *g_SystemConfig.LocalDomains.Get();
+  if (stored == Rows) return;
+  Rows = std::move(stored);
   Selected.reset();
 }
 

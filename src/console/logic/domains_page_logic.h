@@ -19,7 +19,8 @@ class DomainsPageLogic {
  public:
   explicit DomainsPageLogic(Prompter& prompter);
 
-  // Takes the rows from the configuration, which the other pages may have changed, and drops the selection.
+  // Takes the rows from the configuration, which the other pages may have changed; then the selection is
+  // dropped.
   void Refresh();
 
   // Selects a row, whose text goes into the field.

@@ -35,7 +35,8 @@ FieldFault CheckNumber(std::string_view caption, std::string_view text, std::int
   const std::string_view digits = TrimBlanks(text);
   std::int32_t read = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), read);
-  if (error == std::errc() && end == digits.data() + digits.size() && read >= min && read <= max) {
+  if (error == std::errc() && end == digits.data() + digits.size() && read >= min && read <= max &&
+      digits.front() != '-') {
     number = read;
     return std::nullopt;
   }

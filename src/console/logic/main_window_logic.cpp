@@ -22,6 +22,7 @@ void MainWindowLogic::Initialise() {
 }
 
 void MainWindowLogic::StartCommand() {
+  if (!OffersStart()) return;  // a tray's menu may be older than the state
   std::string refusal;
   if (app_.StartCommand(refusal) == 0) {
     prompter_.Show(refusal, CAPTION_INFORMATION, PromptButtons::OK, PromptIcon::STOP);
@@ -31,6 +32,7 @@ void MainWindowLogic::StartCommand() {
 }
 
 void MainWindowLogic::StopCommand() {
+  if (!OffersStop()) return;
   app_.StopServices();
   shows_running_icon_ = false;
 }

@@ -32,15 +32,17 @@ class CNameListPage : public QGroupBox {
     });
   }
 
-  // Lets a selected row's text go into the field.
+  // Lets a selected row's text go into the field, also at a click on one that is selected already.
   template <typename Logic>
   void FollowSelection(Logic& logic) {
-    connect(list_, &QListWidget::itemSelectionChanged, this, [this, &logic] {
+    const auto follow = [this, &logic] {
       const auto row = SelectedRow(*list_);
       if (!row) return;
       logic.Select(*row);
       ShowText(*field_, logic.Text);
-    });
+    };
+    connect(list_, &QListWidget::itemSelectionChanged, this, follow);
+    connect(list_, &QListWidget::itemClicked, this, follow);
   }
 
   // The way of what the page shows to the logic and back.

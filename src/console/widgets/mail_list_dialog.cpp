@@ -55,7 +55,9 @@ QPushButton* CMailListDialog::MakeCommand(const char* caption, void (MailListLog
 QLayout* CMailListDialog::MakeListPart() {
   lists_ = new QListWidget(this);
   lists_->setAccessibleName("Mail lists");
+  // A click on the list that is selected already brings its name and its members back.
   connect(lists_, &QListWidget::itemSelectionChanged, this, &CMailListDialog::SelectList);
+  connect(lists_, &QListWidget::itemClicked, this, &CMailListDialog::SelectList);
   list_addr_ = MakeField(this, 0, FIELD_WIDTH);
   auto* const buttons = new QHBoxLayout;
   buttons->addWidget(MakeCommand("&Add", &MailListLogic::AddList));
@@ -128,6 +130,10 @@ void CMailListDialog::SelectList() {
   if (!row) return;
   ReadFields();
   logic_.SelectList(*row);
+  {
+    const QSignalBlocker quiet(members_);
+    members_->clear();
+  }
   ShowAll();
 }
 
@@ -159,8 +165,9 @@ void CMailListDialog::ShowAll() {
 void CMailListDialog::ShowMembers() {
   const QSignalBlocker quiet(members_);
   const int count = static_cast<int>(logic_.Members.size());
-  if (members_->topLevelItemCount() > count) members_->clearSelection();
+  const bool shrinks = members_->topLevelItemCount() > count;
   while (members_->topLevelItemCount() > count) delete members_->takeTopLevelItem(count);
+  if (shrinks) members_->clearSelection();  // a row that goes hands its selection to a neighbour
   for (int row = 0; row < count; ++row) {
     const MemberRow& member = logic_.Members[static_cast<std::size_t>(row)];
     if (row == members_->topLevelItemCount()) {

@@ -150,7 +150,8 @@ void CMainDialog::RunCommand(Action action) {
 }
 
 void CMainDialog::Carry(Action action) {
-  QWidget* const owner = isVisible() ? this : nullptr;
+  // A dialog of a minimised window may never show.
+  QWidget* const owner = isVisible() && !isMinimized() ? this : nullptr;
   switch (action) {
     case Action::START:
       logic_.StartCommand();
@@ -253,6 +254,10 @@ void CMainDialog::RestoreFromTray() {
   show();
   raise();
   activateWindow();
+  if (QWidget* const dialog = QApplication::activeModalWidget()) {
+    dialog->raise();
+    dialog->activateWindow();
+  }
 }
 
 void CMainDialog::closeEvent(QCloseEvent* event) {
