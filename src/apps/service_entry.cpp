@@ -55,6 +55,8 @@ UnitSettings Settings(const ServiceOrder& order, const std::string& directory) {
 }
 
 bool WriteUnit(const std::string& path, const std::string& text) {
+  // A link in the unit's place masks it, or leads to a unit of somebody else.
+  if (platform::IsLink(path)) platform::DeleteFile(path);
   std::error_code ignored;  // what could not be made shows when the file can't be
   fs::create_directories(fs::path(path).parent_path(), ignored);
   platform::FileReplacement file;
@@ -72,10 +74,7 @@ std::string PrepareAccount(const ServiceOrder& order, const UnitSettings& settin
   }
   const auto account = platform::FindAccount(settings.Account);
   if (!account) return "There is no account " + settings.Account;
-  if (!GiveServerFiles(settings.Directory, settings.MailRoot, *account)) {
-    return "Not all files of the server could be given to the account " + settings.Account;
-  }
-  return {};
+  return GiveServerFiles(settings.Directory, settings.MailRoot, *account);
 }
 
 int EnterService(const ServiceOrder& order) {
@@ -86,6 +85,9 @@ int EnterService(const ServiceOrder& order) {
   for (const std::string& path : {settings.Program, settings.Directory, settings.MailRoot}) {
     if (!FitsUnit(path)) return Refuse("The path can't stand in a unit: " + path);
   }
+
+  if (settings.MailRoot == "/" || settings.Directory == "/")
+    return Refuse("The server needs a directory of its own");
 
   platform::ServiceManager manager(order.Scope);
   const bool is_trial = !order.UnitDirectory.empty();
@@ -103,12 +105,24 @@ int EnterService(const ServiceOrder& order) {
   return Refuse("The unit was written, but will not start by itself: " + path);
 }
 
+// What is left to do where this program has written no unit: one from elsewhere, as a package brings it,
+// stays, but starts no more.
+int TakeOutForeignUnit(platform::ServiceManager& manager, const std::string& path) {
+  if (!manager.OpenService(UNIT)) return Refuse("There is no unit " + path);
+  if (!manager.Disable(UNIT)) return Refuse("The service manager did not disable the unit " + UNIT);
+  platform::WriteStandardError("The unit is not " + path +
+                               ", so its file stays; it is stopped and disabled\n");
+  return 0;
+}
+
 int TakeOutService(const ServiceOrder& order) {
   const std::string path = UnitPath(order);
-  if (platform::ProbePath(path) != platform::PathKind::FILE) return Refuse("There is no unit " + path);
   platform::ServiceManager manager(order.Scope);
   // Where no manager answers there is still the file.
   const bool has_manager = order.UnitDirectory.empty() && manager.OpenManager();
+  if (platform::ProbePath(path) != platform::PathKind::FILE) {
+    return has_manager ? TakeOutForeignUnit(manager, path) : Refuse("There is no unit " + path);
+  }
   if (has_manager && !manager.Disable(UNIT)) {
     platform::WriteStandardError("The service manager did not stop the service\n");
   }

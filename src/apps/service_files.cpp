@@ -40,27 +40,44 @@ bool HoldsOnly(const std::string& directory, const Paths& own) {
   return !walk.Failed();
 }
 
+// The first path whose owner is neither of the two; empty if there is none.
+std::string ForeignPath(const Paths& paths, const platform::Account& owner,
+                        const platform::Account& account) {
+  for (const std::string& path : paths) {
+    const auto found = platform::OwnerOf(path);
+    if (found && found->User != owner.User && found->User != account.User) return path;
+  }
+  return {};
+}
+
 }  // namespace
 
-bool GiveServerFiles(const std::string& working_directory, const std::string& mail_root,
-                     const platform::Account& account) {
+std::string GiveServerFiles(const std::string& working_directory, const std::string& mail_root,
+                            const platform::Account& account) {
   Paths own = ServerFiles(mail_root);
   own.push_back(mail_root);
-  const Paths directories = {working_directory, mail_root};
+  const std::string& ini = own.front();
+  const auto owner = platform::OwnerOf(IsThere(ini) ? ini : working_directory);
+  if (!owner) return working_directory + " can't be looked at";
+  if (owner->User != platform::OwnAccount().User) {
+    const std::string foreign = ForeignPath(own, *owner, account);
+    if (!foreign.empty()) return foreign + " belongs to another account than the configuration does";
+  }
+
   Paths alone;
-  for (const std::string& directory : directories) {
+  for (const std::string& directory : {working_directory, mail_root}) {
     if (HoldsOnly(directory, own)) alone.push_back(directory);
   }
   own.pop_back();
-
-  bool all = true;
   for (const std::string& path : own) {
-    if (IsThere(path) && !platform::GiveTree(path, account)) all = false;
+    if (IsThere(path) && !platform::GiveTree(path, account))
+      return "Not all could be given to the account: " + path;
   }
   for (const std::string& directory : alone) {
-    if (!platform::GiveDirectory(directory, account)) all = false;
+    if (!platform::GiveDirectory(directory, account))
+      return "It could not be given to the account: " + directory;
   }
-  return all;
+  return {};
 }
 
 }  // namespace velnor

@@ -5,13 +5,14 @@
 #include "core/paths.h"
 #include "core/settings.h"
 #include "core/system_config.h"
+#include "platform/account.h"
 #include "platform/file.h"
 #include "platform/file_rights.h"
 
 namespace velnor {
 namespace {
 
-constexpr std::string_view HOST_PROGRAM = "/VelnorService";
+constexpr std::string_view CONSOLE_PROGRAM = "velnor";
 
 bool IsThere(const std::string& path) {
   return platform::ProbePath(path) != platform::PathKind::MISSING;
@@ -35,6 +36,18 @@ std::vector<std::string> Contents(Part part) {
   return contents;
 }
 
+// Of the processes that an instance may be, the only one that is called as the host is, if none is called as
+// the console; 0 otherwise.
+std::int64_t HiddenHost(const platform::InstanceProcess& instance) {
+  std::int64_t host = 0;
+  for (const platform::HiddenProcess& process : instance.Hidden) {
+    const bool is_host = process.Name == HOST_PROGRAM;
+    if (process.Name == CONSOLE_PROGRAM || (is_host && host != 0)) return 0;
+    if (is_host) host = process.Id;
+  }
+  return host;
+}
+
 }  // namespace
 
 Control::Control(const Surroundings& surroundings, const Options& options)
@@ -50,6 +63,10 @@ bool Control::OpenConfiguration(bool may_be_new) {
     }
   }
   directory_ = platform::CurrentDirectory();
+  if (!platform::WorkAsOwnerOf(directory_)) {
+    Refuse("The rights of the account that owns " + directory_ + " could not be taken.");
+    return false;
+  }
   const std::string ini = JoinPath(directory_, "velnor.ini");
   if (IsThere(ini)) {
     if (const int error = platform::CheckReadable(ini, platform::PathKind::FILE); error != 0) {
@@ -85,9 +102,10 @@ void Control::Show(const Record& record) {
 
 std::optional<platform::InstanceProcess> Control::OwnInstance() const {
   std::optional<platform::InstanceProcess> instance = Around.FindInstance();
-  if (instance && instance->Id != 0 && !platform::IsSamePlace(instance->Directory, directory_))
-    instance.reset();
-  return instance;
+  if (!instance || instance->Id == 0) return instance;
+  const bool own =
+      KindOf(*instance) != InstanceKind::FOREIGN && platform::IsSamePlace(instance->Directory, directory_);
+  return own ? instance : std::nullopt;
 }
 
 bool Control::ConsoleHoldsIt() {
@@ -129,8 +147,20 @@ void Control::SayWhenItCounts(Effect effect) {
                                 : "The ports count from the server's next start.");
 }
 
+InstanceKind KindOf(const platform::InstanceProcess& instance) {
+  if (instance.Id == 0) return HiddenHost(instance) == 0 ? InstanceKind::UNKNOWN : InstanceKind::HOST;
+  const std::string name = instance.Program.substr(instance.Program.rfind('/') + 1);
+  if (name == HOST_PROGRAM) return InstanceKind::HOST;
+  return name == CONSOLE_PROGRAM ? InstanceKind::CONSOLE : InstanceKind::FOREIGN;
+}
+
 bool MayBeConsole(const platform::InstanceProcess& instance) {
-  return !instance.Program.ends_with(HOST_PROGRAM);
+  const InstanceKind kind = KindOf(instance);
+  return kind == InstanceKind::CONSOLE || kind == InstanceKind::UNKNOWN;
+}
+
+std::int64_t ProcessOf(const platform::InstanceProcess& instance) {
+  return instance.Id == 0 ? HiddenHost(instance) : instance.Id;
 }
 
 NewFiles::NewFiles(std::vector<std::string> paths) : missing_(std::move(paths)) {

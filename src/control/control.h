@@ -24,6 +24,9 @@ inline constexpr int DONE = 0;
 inline constexpr int REFUSED = 1;
 inline constexpr int USAGE = 2;
 
+// The program that is the server without a window.
+inline constexpr const char* HOST_PROGRAM = "VelnorService";
+
 // What lies around the program; a test puts its own in the place of the real.
 struct Surroundings {
   Terminal& Screen;
@@ -49,8 +52,9 @@ class Control {
  public:
   Control(const Surroundings& surroundings, const Options& options);
 
-  // Enters the server's working directory and loads its configuration. False, with the words shown, if there
-  // is none; with `may_be_new` a directory named by the option may be without velnor.ini.
+  // Enters the server's working directory, takes its owner's rights to files in the place of an
+  // administrator's, and loads its configuration. False, with the words shown, if there is none; with
+  // `may_be_new` a directory named by the option may be without velnor.ini.
   bool OpenConfiguration(bool may_be_new);
 
   // Shows why a command does nothing, and gives REFUSED.
@@ -88,8 +92,16 @@ class Control {
   std::string directory_;
 };
 
+// What the program of an instance is. A process that this account may not look at is the host if, of those
+// that it may be, one is called as the host is and none as the console.
+enum class InstanceKind { HOST, CONSOLE, UNKNOWN, FOREIGN };
+InstanceKind KindOf(const platform::InstanceProcess& instance);
+
 // Whether the instance is the console, or may be.
 bool MayBeConsole(const platform::InstanceProcess& instance);
+
+// The process of an instance, 0 if there is no telling.
+std::int64_t ProcessOf(const platform::InstanceProcess& instance);
 
 // Paths that a command may make. Those that were not there when the object was made, and are there when it is
 // told so, go to the server's account.

@@ -5,6 +5,8 @@
 #include "control/commands.h"
 #include "core/paths.h"
 #include "core/system_config.h"
+#include "platform/account.h"
+#include "platform/file.h"
 #include "platform/file_rights.h"
 #include "platform/socket.h"
 
@@ -40,6 +42,20 @@ int Finish(Control& control, bool done, const NewFiles& made) {
   return DONE;
 }
 
+// The rights for a change of rules.ini, which lies beside the programs. Where those are the administrator's,
+// so is the file, and nobody else can have put a link in its place.
+class RightsToRules {
+ public:
+  explicit RightsToRules(const Control& control) {
+    const auto owner = platform::OwnerOf(control.Around.AppDirectory);
+    const bool is_own = owner && owner->User == platform::OwnAccount().User;
+    if (is_own && !platform::IsLink(g_SystemConfig.RulesPath())) own_.emplace();
+  }
+
+ private:
+  std::optional<platform::OwnFileRights> own_;
+};
+
 bool IsRule(const std::string& pattern) {
   return FindRow(*g_SystemConfig.Rules.Get(), pattern).has_value();
 }
@@ -54,6 +70,7 @@ int RuleList(Control& control, const Arguments&) {
 }
 
 int RuleAdd(Control& control, const Arguments& arguments) {
+  const RightsToRules rights(control);
   if (!control.MayReplace(g_SystemConfig.RulesPath())) return REFUSED;
   const NewFiles made({g_SystemConfig.RulesPath()});
   RulesPageLogic page(control.Prompts);
@@ -65,6 +82,7 @@ int RuleAdd(Control& control, const Arguments& arguments) {
 }
 
 int RuleDelete(Control& control, const Arguments& arguments) {
+  const RightsToRules rights(control);
   if (!control.MayReplace(g_SystemConfig.RulesPath())) return REFUSED;
   RulesPageLogic page(control.Prompts);
   page.Text = arguments.First;

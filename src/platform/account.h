@@ -1,4 +1,5 @@
-// Accounts of the operating system, and giving files to one. No state; any thread.
+// Accounts of the operating system: finding and making one, giving files to one, and touching files with its
+// rights. Any thread, but where a declaration says otherwise.
 #pragma once
 
 #include <cstdint>
@@ -17,15 +18,40 @@ std::optional<Account> FindAccount(const std::string& name);
 // Makes an account for a service: no password, no shell, no home. False if it could not be made.
 bool CreateServiceAccount(const std::string& name, const std::string& description);
 
+// The account with whose rights this process runs.
+Account OwnAccount();
+
 // Whether this process may give files away and enter services for the whole machine.
 bool IsAdministrator();
 
-// Gives a file, or a directory with all it holds, to an account. A link itself is given, not what it points
-// to. What belongs to the account already is left alone with all that is below it: its owner could exchange
-// things there while this walks. False if anything could not be given.
+// Whose a file or directory is; a link itself, not what it points to. None if it can't be looked at.
+std::optional<Account> OwnerOf(const std::string& path);
+
+// Gives a file, or a directory with all it holds, to an account, for an administrator. A link itself is
+// given, not what it points to, and a file that has a second name is not given, since that name may be
+// anywhere. What belongs to the account already is left alone with all that is below it: its owner could
+// exchange things there while this walks. False if anything could not be given.
 bool GiveTree(const std::string& path, const Account& account);
 
 // The same for a directory alone.
 bool GiveDirectory(const std::string& path, const Account& account);
+
+// Has an administrator's process, from now on, touch files with no more rights than the owner of a directory
+// has, so that nothing its owner has put there leads it elsewhere. What it makes is that owner's. Every other
+// account goes on as before. For the process's only thread. False if the rights could not be taken.
+bool WorkAsOwnerOf(const std::string& directory);
+
+// While it lives, the thread touches files with the rights that it had before WorkAsOwnerOf.
+class OwnFileRights {
+ public:
+  OwnFileRights();
+  ~OwnFileRights();
+  OwnFileRights(const OwnFileRights&) = delete;
+  OwnFileRights& operator=(const OwnFileRights&) = delete;
+
+ private:
+  std::uint32_t user_;
+  std::uint32_t group_;
+};
 
 }  // namespace platform

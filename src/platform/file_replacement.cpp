@@ -52,8 +52,12 @@ void FileReplacement::TakeOwnerAndMode() {
   struct stat old {};
   if (::stat(target_.c_str(), &old) != 0) return;
   if (!S_ISREG(old.st_mode)) failed_ = true;
-  // Only an administrator can give a file away; for anybody else the owner is the same already.
-  if (::fchown(descriptor_, old.st_uid, old.st_gid) == 0) ::fchmod(descriptor_, old.st_mode & 07777);
+  // What is the same already is not asked for: a service may have to do without the call.
+  struct stat made {};
+  const bool is_same =
+      ::fstat(descriptor_, &made) == 0 && made.st_uid == old.st_uid && made.st_gid == old.st_gid;
+  if (is_same || ::fchown(descriptor_, old.st_uid, old.st_gid) == 0)
+    ::fchmod(descriptor_, old.st_mode & 07777);
 }
 
 void FileReplacement::Write(std::string_view bytes) {

@@ -40,9 +40,10 @@ bool ServiceManager::OpenManager() {
 
 bool ServiceManager::OpenService(const std::string& unit) {
   CloseService();
-  // A file that can't be read as a unit is a service that exists, and is broken.
+  // A file that can't be read as a unit is a service that exists, and is broken. A masked name is none: that
+  // is what stays of a package that was removed.
   const std::string state = Property(scope_, "LoadState", {"--", unit});
-  if (state.empty() || state == "not-found") return false;
+  if (state.empty() || state == "not-found" || state == "masked") return false;
   unit_ = unit;
   return true;
 }

@@ -19,8 +19,8 @@ class ServiceManager {
   bool OpenManager();
   void CloseManager() { CloseService(); }
 
-  // Whether the manager knows a unit of this name, wherever its file is. The requests below go to that unit
-  // until CloseService.
+  // Whether the manager knows a unit of this name that can be started, wherever its file is. The requests
+  // below go to that unit until CloseService.
   bool OpenService(const std::string& unit);
   void CloseService() { unit_.clear(); }
 

@@ -20,7 +20,7 @@ test -e "$UNIT" && there=there || there=gone
 echo "$there $*" >> "$SAID"
 case "$*" in
   *Version*) echo 252 ;;
-  *LoadState*) test -e "$UNIT" && echo loaded || echo not-found ;;
+  *LoadState*) test -e "$UNIT" && echo loaded || echo "${ELSEWHERE:-not-found}" ;;
   *"$FAILS"*) exit 1 ;;
 esac
 """
@@ -156,9 +156,11 @@ class Entry(support.SystemTest):
         status, said, errors = self.run_service("/UnregServer", "--user")
         self.assertEqual((status, said[1:], errors), (0, [
             "there --user disable --now -- VelnorService.service", "gone --user daemon-reload"], ""))
-        status, said, errors = self.run_service("/UnregServer", "--user")
-        self.assertEqual((status, said), (1, []))
-        self.assertIn(str(unit), errors)
+        for elsewhere, expected, asked in (("not-found", 1, []), ("masked", 1, []),
+                                           ("loaded", 0, ["gone --user disable --now -- VelnorService.service"])):
+            status, said, errors = self.run_service("/UnregServer", "--user", ELSEWHERE=elsewhere)
+            self.assertEqual((status, said[2:]), (expected, asked))
+            self.assertIn(str(unit), errors)
 
     def test_of_a_user_where_something_fails(self):
         unit = self.server.directory / "config/systemd/user/VelnorService.service"
@@ -197,8 +199,19 @@ class Entry(support.SystemTest):
         (self.server.mail / "send").mkdir()
         (self.server.mail / "send/link").symlink_to(self.server.program)
         (self.server.home / "not the server's").touch()
+        unit.symlink_to("/dev/null")  # as a mask
+        if owner != os.getuid():
+            os.chown(self.server.home / "velnor.ini", owner + 1, owner + 1)
+            status, said, errors = self.run_service("/Service", MAKES=f"velnor:x:{owner}:{owner}::/:/bin/false")
+            self.assertEqual((status, unit.is_symlink()), (1, True))
+            self.assertIn("belongs to another account", errors)
+            os.chown(self.server.home / "velnor.ini", 0, 0)
+        self.server.configure(MailPath="/")
+        status, said, errors = self.run_service("/Service")
+        self.assertEqual((status, said, unit.is_symlink()), (1, [], True))
+        self.server.configure(MailPath=self.server.mail)
         status, said, errors = self.run_service("/Service", MAKES=f"velnor:x:{owner}:{owner}::/:/bin/false")
-        self.assertEqual((status, said[2:], errors), (0, ["there --system enable -- VelnorService.service"], ""))
+        self.assertEqual((status, said[-1:], errors), (0, ["there --system enable -- VelnorService.service"], ""))
         self.assertIn("User=velnor", unit.read_text().splitlines())
         profile = self.server.mail / support.DOMAIN / "alice/config.ini"
         given = [self.server.home / "velnor.ini", self.server.home / "logs/old.log", profile, self.server.mail,

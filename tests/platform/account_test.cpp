@@ -1,0 +1,78 @@
+// Giving files away, and touching them with another account's rights: only an administrator can see it.
+
+#include "platform/account.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "support/test_world.h"
+
+namespace velnor::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uid_t OTHER = 4711;
+
+uid_t OwnerOf(const fs::path& path) {
+  const auto owner = platform::OwnerOf(path.string());
+  return owner ? owner->User : static_cast<uid_t>(-1);
+}
+
+class Accounts : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    fs::create_directories(tree_ / "below/deep");
+    // Under a root that is one by name only there is no second account.
+    if (::geteuid() != 0 || ::chown((tree_ / "below/deep").c_str(), OTHER, OTHER) != 0) GTEST_SKIP();
+    WriteFile(tree_ / "below/file", "mail");
+    WriteFile(world_.Root() / "outside", "secret");
+    fs::permissions(world_.Root(), fs::perms::others_exec, fs::perm_options::add);
+    fs::permissions(world_.Root() / "outside", fs::perms::owner_read | fs::perms::owner_write);
+    fs::create_symlink(world_.Root() / "outside", tree_ / "below/link");
+  }
+
+  TestWorld world_;
+  const fs::path tree_ = world_.Root() / "tree";
+};
+
+TEST_F(Accounts, ATreeIsGivenAndNothingThatItLeadsTo) {
+  WriteFile(tree_ / "below/deep/root's", "left alone: its directory was given before");
+  EXPECT_TRUE(platform::GiveTree(tree_.string(), {OTHER, OTHER}));
+  for (const char* name : {"", "below", "below/file", "below/link"})
+    EXPECT_EQ(OwnerOf(tree_ / name), OTHER) << name;
+  EXPECT_EQ(OwnerOf(tree_ / "below/deep/root's"), 0U);
+  EXPECT_EQ(OwnerOf(world_.Root() / "outside"), 0U);
+}
+
+TEST_F(Accounts, AFileWithASecondNameIsNotGiven) {
+  fs::create_hard_link(world_.Root() / "outside", tree_ / "below/hard");
+  EXPECT_FALSE(platform::GiveTree(tree_.string(), {OTHER, OTHER}));
+  EXPECT_EQ(OwnerOf(world_.Root() / "outside"), 0U);
+  EXPECT_EQ(OwnerOf(tree_ / "below/file"), OTHER);
+  EXPECT_FALSE(platform::GiveTree((tree_ / "missing").string(), {OTHER, OTHER}));
+  EXPECT_FALSE(platform::GiveDirectory((tree_ / "below/link").string(), {OTHER, OTHER}));
+}
+
+// 0, or what was wrong. It changes the rights of its process.
+int WorkInDirectoryOfAnother(const std::string& directory) {
+  const auto can_write = [](const char* path) {
+    const int file = ::open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    return file >= 0 && ::close(file) == 0;
+  };
+  if (::chdir(directory.c_str()) != 0 || !can_write("../link")) return 1;
+  if (!platform::WorkAsOwnerOf(".")) return 2;
+  if (can_write("../link") || can_write("../new") || !can_write("own")) return 3;
+  const platform::OwnFileRights rights;
+  return can_write("../link") && OwnerOf("own") == OTHER ? 0 : 4;
+}
+
+TEST_F(Accounts, AnAdministratorWorksWithTheRightsOfADirectorysOwner) {
+  EXPECT_EXIT(::_exit(WorkInDirectoryOfAnother((tree_ / "below/deep").string())),
+              ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace velnor::test
