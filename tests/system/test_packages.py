@@ -21,7 +21,7 @@ PROJECT = Path(__file__).resolve().parents[2]
 CLEAN_ROOT = PROJECT / "build" / "clean-root"
 NEWER = "99.0.0"
 HOME = "/var/lib/velnor"
-_PACKAGES, _NO_ROOT = "VELNOR_TEST_PACKAGES", "VELNOR_TEST_NO_ROOT"
+_PACKAGES, NO_ROOT = "VELNOR_TEST_PACKAGES", "VELNOR_TEST_NO_ROOT"
 
 MESSAGE = "From: zoe@elsewhere.test\r\nTo: bob@example.test\r\nSubject: %s\r\n\r\nA text."
 
@@ -66,7 +66,7 @@ class Life(support.SystemTest):
     """Install, configure, serve, upgrade, remove and purge, in this order, as each needs what was before."""
 
     def setUp(self):
-        if reason := os.environ[_NO_ROOT]:
+        if reason := os.environ[NO_ROOT]:
             self.skipTest(reason)
         self.root = Path(os.environ["VELNOR_TEST_DIRECTORY"]) / "root"
         subprocess.run(["cp", "-a", "--reflink=auto", CLEAN_ROOT, self.root], check=True)
@@ -249,7 +249,8 @@ def make_clean_root():
     return ""
 
 
-def main():
+def main(make_root=make_clean_root):
+    """Runs the test classes of the calling file with the packages, and with a root or the reason for none."""
     if _PACKAGES in os.environ:
         support.main()
     config = build_tree()
@@ -258,7 +259,7 @@ def main():
         return
     with tempfile.TemporaryDirectory(prefix="velnor-packages-") as directory:
         make_packages(config, directory)
-        os.environ.update({_PACKAGES: directory, _NO_ROOT: make_clean_root()})
+        os.environ.update({_PACKAGES: directory, NO_ROOT: make_root()})
         support.main()
 
 
