@@ -59,11 +59,15 @@ _velnorctl() {
       'config get' | 'config set')
         candidates='MailPath Pop3Port SmtpPort WebPort AutoStart LogToFile AntiSpamLevel MaxSizePerMail
           PrimaryDNS SecondaryDNS'
+        [[ ${words[1]} == get ]] && candidates+=' LocalDomain WebPath'
         ;;
       'queue show') candidates=$(_velnorctl_names queue list) ;;
     esac
   fi
-  mapfile -t COMPREPLY < <(compgen -W "$candidates" -- "$current")
+  # compgen -W would expand what stands in a name, commands in it included.
+  while read -r word; do
+    [[ -n $word && $word == "$current"* ]] && COMPREPLY+=("$(printf %q "$word")")
+  done < <(tr -s ' ' '\n' <<<"$candidates")
   [[ ${COMPREPLY[0]} == *= ]] && compopt -o nospace
   return 0
 }

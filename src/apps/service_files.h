@@ -10,9 +10,10 @@ namespace velnor {
 // Gives the account what is the server's in the working directory and in the mail root of the open
 // configuration: the configuration files, the logs, the spool and the domains' directories. The two
 // directories themselves go with it if they hold nothing else, so that a home directory stays its owner's.
-// What is handed over must belong to the owner of velnor.ini (of the working directory where there is none) or
-// to the account, unless that owner is the administrator: whoever wrote the file may name any place in it. The
-// reason if not all was given; nothing is then given if that is because of an owner.
+//
+// All of it must belong to the owner of velnor.ini (of the working directory where there is none) or to the
+// account, unless that owner is the administrator: whoever wrote the file may name any place in it. The
+// reason if not all was given; nothing is given where an owner is the reason.
 std::string GiveServerFiles(const std::string& working_directory, const std::string& mail_root,
                             const platform::Account& account);
 

@@ -6,13 +6,16 @@
 #include "core/mail_store.h"
 #include "core/paths.h"
 #include "core/system_config.h"
+#include "core/text.h"
 #include "platform/file_rights.h"
 #include "platform/profile_file.h"
+#include "platform/text_stream.h"
 
 namespace velnor {
 namespace {
 
-constexpr std::size_t NUMBER_LENGTH = 30;  // bytes; more than any number that is accepted
+constexpr std::size_t NUMBER_LENGTH = 30;   // bytes; more than any number that is accepted
+constexpr std::size_t SENDER_LIMIT = 1023;  // bytes of a sender's line that the server takes at once
 
 void CheckValue(const std::string& path, const ProfileField& field, std::vector<ConfigFault>& faults) {
   const bool text = field.Text != nullptr;
@@ -37,6 +40,17 @@ void CheckOwner(const std::string& path, std::vector<ConfigFault>& faults) {
   }
 }
 
+// One of the two files of senders that an account may have.
+void CheckSenders(const std::string& path, std::vector<ConfigFault>& faults) {
+  platform::TextReader file;
+  if (!CheckFile(path, WRITABLE_BY_OTHERS, faults) || file.Open(path) != 0) return;
+  std::string line;
+  for (int number = 1; file.ReadLine(SENDER_LIMIT, line); ++number) {
+    if (!TrimBlanks(line).empty()) continue;
+    faults.push_back({path, "Line " + std::to_string(number) + " is empty: that matches every sender."});
+  }
+}
+
 void CheckAccount(const std::string& domain, const std::string& account, std::vector<ConfigFault>& faults) {
   const std::string directory = UserDirectory(domain, account).value_or("");
   const std::string profile = JoinPath(directory, PROFILE_FILE);
@@ -44,6 +58,8 @@ void CheckAccount(const std::string& domain, const std::string& account, std::ve
     CheckDirectory(path, OPEN_TO_OTHERS, faults);
     CheckOwner(path, faults);
   }
+  CheckFilesOf(InboxPath(directory), faults);
+  for (const char* senders : {"allow.ini", "reject.ini"}) CheckSenders(JoinPath(directory, senders), faults);
   if (PathExists(InboxPath(directory), PathFlag::DIRECTORY) == 0) {
     faults.push_back({InboxPath(directory), "The account has no Inbox: its mail is refused."});
   }
@@ -62,6 +78,7 @@ void CheckAccounts(std::vector<ConfigFault>& faults) {
   CheckDirectory(g_SystemConfig.MailPath.Get(), WRITABLE_BY_OTHERS, faults);
   CheckDirectory(g_SystemConfig.SpoolPath(), OPEN_TO_OTHERS, faults);
   CheckOwner(g_SystemConfig.SpoolPath(), faults);
+  CheckFilesOf(g_SystemConfig.SpoolPath(), faults);
   for (const std::string& domain : *g_SystemConfig.LocalDomains.Get()) {
     const std::string directory = StorePath(g_SystemConfig.MailPath.Get(), domain);
     CheckDirectory(directory, OPEN_TO_OTHERS, faults);

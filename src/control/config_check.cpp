@@ -39,6 +39,16 @@ FieldFault CheckSettingValue(const Setting& setting, const std::string& value) {
   return CheckText(caption, value, setting.OfferedLimit);
 }
 
+// Whether the server's look-up may find a host of this name or address.
+bool CanBeHost(std::string_view text) {
+  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+  const auto is_letter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+  if (platform::IsDottedAddress(text)) return true;
+  return std::any_of(text.begin(), text.end(), is_letter) &&
+         std::all_of(text.begin(), text.end(),
+                     [&](char c) { return is_letter(c) || is_digit(c) || c == '-' || c == '_' || c == '.'; });
+}
+
 void CheckSettings(std::vector<ConfigFault>& faults) {
   const std::string ini = g_SystemConfig.IniPath.Get();
   for (const Setting& setting : AllSettings()) {
@@ -50,8 +60,8 @@ void CheckSettings(std::vector<ConfigFault>& faults) {
   }
   for (const char* key : {"PrimaryDNS", "SecondaryDNS"}) {
     const std::string value = SettingValue(g_SystemConfig, *FindSetting(key));
-    if (!value.empty() && !platform::IsDottedAddress(value)) {
-      faults.push_back({ini, std::string(key) + "=" + value + ": this is no IPv4 address."});
+    if (!value.empty() && !CanBeHost(value)) {
+      faults.push_back({ini, std::string(key) + "=" + value + ": this is no IPv4 address and no host name."});
     }
   }
   if (g_SystemConfig.Pop3Port != 0 && g_SystemConfig.Pop3Port == g_SystemConfig.SmtpPort) {
@@ -125,6 +135,7 @@ std::vector<ConfigFault> CheckConfiguration() {
   const std::string files[] = {g_SystemConfig.IniPath.Get(), g_SystemConfig.MailListPath.Get(),
                                g_SystemConfig.RulesPath()};
   for (const std::string& file : files) CheckFile(file, WRITABLE_BY_OTHERS, faults);
+  CheckDirectory(g_SystemConfig.LogPath.Get(), OPEN_TO_OTHERS, faults);
   CheckSettings(faults);
   CheckDomains(faults);
   CheckAccounts(faults);

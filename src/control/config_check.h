@@ -13,7 +13,7 @@ struct ConfigFault {
 };
 
 // Looks through the configuration that g_SystemConfig has open: settings, domains, accounts, mail lists and
-// rules, and who may read their files.
+// rules, and who may read and change their files, the log and the mail.
 std::vector<ConfigFault> CheckConfiguration();
 
 }  // namespace velnor

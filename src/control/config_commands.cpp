@@ -25,6 +25,9 @@ const ConfigField* FindField(std::string_view key) {
 bool FillForm(Control& control, ConfigForm& form, const KeyValues& settings) {
   for (const auto& [key, value] : settings) {
     const ConfigField* const field = FindField(key);
+    if (EqualsIgnoreCase(key, LOCAL_DOMAIN_KEY)) {
+      return control.Refuse("The domains are changed by \"velnorctl domain\".") == DONE;
+    }
     if (field == nullptr) {
       const char* const what = FindSetting(key) == nullptr ? "There is no setting \"" : "Nothing uses \"";
       return control.Refuse(what + key + "\".") == DONE;
@@ -81,10 +84,13 @@ int ConfigShow(Control& control, const Arguments&) {
 }
 
 int ConfigGet(Control& control, const Arguments& arguments) {
+  if (EqualsIgnoreCase(arguments.First, LOCAL_DOMAIN_KEY)) {
+    control.Show(Listing{{LOCAL_DOMAIN_KEY}, {{*g_SystemConfig.LocalDomains.Get()}}});
+    return DONE;
+  }
   const Setting* const setting = FindSetting(arguments.First);
   if (setting == nullptr) return control.Refuse("There is no setting \"" + arguments.First + "\".");
-  Listing listing{{setting->Key}, {{SettingValue(g_SystemConfig, *setting)}}};
-  control.Show(listing);
+  control.Show(Listing{{setting->Key}, {{SettingValue(g_SystemConfig, *setting)}}});
   return DONE;
 }
 

@@ -22,4 +22,7 @@ bool CheckFile(const std::string& path, std::uint32_t unsafe_bits, std::vector<C
 // The same for a directory.
 bool CheckDirectory(const std::string& path, std::uint32_t unsafe_bits, std::vector<ConfigFault>& faults);
 
+// Adds a fault for each file of a directory, if that can be listed, that can't be read.
+void CheckFilesOf(const std::string& directory, std::vector<ConfigFault>& faults);
+
 }  // namespace velnor

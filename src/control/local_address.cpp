@@ -1,5 +1,7 @@
 #include "control/local_address.h"
 
+#include <cerrno>
+
 #include "console/logic/row_search.h"
 #include "core/accounts.h"
 #include "core/mail_store.h"
@@ -43,6 +45,13 @@ std::optional<EditRequest> ExistingAccount(Control& control, const std::string& 
   }
   place->Account = directory->substr(directory->rfind('/') + 1);
   return place;
+}
+
+bool CanListAccounts(Control& control, const std::string& domain) {
+  const std::string directory = StorePath(g_SystemConfig.MailPath.Get(), domain);
+  const int error = platform::CheckReadable(directory, platform::PathKind::DIRECTORY);
+  return error == 0 || error == ENOENT ||
+         control.Refuse(directory + ": " + platform::ErrorText(error)) == DONE;
 }
 
 }  // namespace velnor

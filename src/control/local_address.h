@@ -17,4 +17,8 @@ std::optional<EditRequest> LocalAddress(Control& control, const std::string& add
 // if its profile can't be read.
 std::optional<EditRequest> ExistingAccount(Control& control, const std::string& address);
 
+// Whether this account can list a domain's accounts; without a directory it has none. If not, the words have
+// been shown.
+bool CanListAccounts(Control& control, const std::string& domain);
+
 }  // namespace velnor

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "control/commands.h"
+#include "control/local_address.h"
 #include "control/queue.h"
 #include "core/accounts.h"
 #include "core/mail_store.h"
@@ -95,6 +96,9 @@ std::string DomainMetrics() {
 int ServerMetrics(Control& control, const Arguments&) {
   const auto entries = ScanSpool();
   if (!entries) return control.Refuse(g_SystemConfig.SpoolPath() + " can't be read by this account.");
+  for (const std::string& domain : *g_SystemConfig.LocalDomains.Get()) {
+    if (!CanListAccounts(control, domain)) return REFUSED;
+  }
   control.Around.Screen.Out(QueueMetrics(*entries) + DomainMetrics() + "# EOF\n");
   return DONE;
 }

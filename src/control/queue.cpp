@@ -1,6 +1,7 @@
 #include "control/queue.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <tuple>
 
 #include "core/dir_scan.h"
@@ -29,14 +30,16 @@ std::string NextName(const SpoolEntry& entry) {
   return entry.State == SpoolState::WAITING ? std::string(CLAIM_MARK) + entry.Name : "";
 }
 
-// Opens the file, following it into its next states.
-bool OpenFollowing(platform::TextReader& file, SpoolEntry& entry) {
-  while (file.Open(JoinPath(g_SystemConfig.SpoolPath(), entry.Name)) != 0) {
-    entry.Name = NextName(entry);
-    if (entry.Name.empty()) return false;
-    entry.State = StateOf(entry.Name).value_or(SpoolState::CLAIMED);
+// Opens the file, following it into its next states where it is not there any more.
+SpoolLook OpenFollowing(platform::TextReader& file, SpoolEntry& entry) {
+  for (;;) {
+    const int error = file.Open(JoinPath(g_SystemConfig.SpoolPath(), entry.Name));
+    if (error != ENOENT) return error == 0 ? SpoolLook::READ : SpoolLook::UNREADABLE;
+    const std::string next = NextName(entry);
+    if (next.empty()) return SpoolLook::GONE;
+    entry.Name = next;
+    entry.State = StateOf(next).value_or(SpoolState::CLAIMED);
   }
-  return true;
 }
 
 }  // namespace
@@ -64,19 +67,20 @@ std::optional<std::vector<SpoolEntry>> ScanSpool() {
     entries.push_back({std::string(entry->Name.View()), *state,
                        std::max<std::int64_t>(now - entry->CreateTime, 0), entry->Size});
   }
+  if (scan->Walk.Failed()) return std::nullopt;
   std::sort(entries.begin(), entries.end(), [](const SpoolEntry& a, const SpoolEntry& b) {
     return std::tie(b.Age, a.Name) < std::tie(a.Age, b.Name);
   });
   return entries;
 }
 
-std::optional<SpoolContent> ReadSpoolFile(SpoolEntry& entry) {
+SpoolLook ReadSpoolFile(SpoolEntry& entry, SpoolContent& content) {
   platform::TextReader file;
-  if (!OpenFollowing(file, entry)) return std::nullopt;
-  SpoolContent content;
+  const SpoolLook look = OpenFollowing(file, entry);
+  if (look != SpoolLook::READ) return look;
   if (!ReadForwardPath(file, content.Head) || !ReadReturnPath(file, content.Head) ||
       !ReadRetryTimes(file, content.Head)) {
-    return content;
+    return look;
   }
   std::string line;
   while (content.Header.size() < MOST_HEADER_LINES && file.ReadLine(LINE_LIMIT, line)) {
@@ -84,7 +88,7 @@ std::optional<SpoolContent> ReadSpoolFile(SpoolEntry& entry) {
     if (text.empty()) break;
     content.Header.emplace_back(text);
   }
-  return content;
+  return look;
 }
 
 }  // namespace velnor

@@ -23,8 +23,8 @@ struct SpoolEntry {
   std::int64_t Size = 0;  // bytes
 };
 
-// The spool's files, the oldest first, or none if the directory can't be listed. Files of other names are no
-// part of it.
+// The spool's files, the oldest first, or none if the directory can't be listed, or an entry not be looked
+// at. Files of other names are no part of it.
 std::optional<std::vector<SpoolEntry>> ScanSpool();
 
 // A file's head lines and the header lines of its message.
@@ -33,8 +33,9 @@ struct SpoolContent {
   std::vector<std::string> Header;
 };
 
-// What can be read of a file, under the name of its next state if it has moved on. None if it is gone, or
-// can't be read; one that is being written may be without the later lines.
-std::optional<SpoolContent> ReadSpoolFile(SpoolEntry& entry);
+// Reads what a file holds, under the name of its next state if it has moved on. One that is being written may
+// be without the later lines.
+enum class SpoolLook { READ, GONE, UNREADABLE };
+SpoolLook ReadSpoolFile(SpoolEntry& entry, SpoolContent& content);
 
 }  // namespace velnor

@@ -1,12 +1,16 @@
 #include <algorithm>
+#include <array>
 
 #include "control/commands.h"
 #include "control/queue.h"
+#include "core/paths.h"
 #include "core/system_config.h"
 #include "core/text.h"
 
 namespace velnor {
 namespace {
+
+constexpr std::array COLUMNS = {"name", "state", "age", "size", "sender", "recipients", "retries"};
 
 std::vector<std::string> Recipients(const SpoolHead& head) {
   std::vector<std::string> recipients;
@@ -25,6 +29,20 @@ std::string_view Unmarked(std::string_view name) {
   return name.starts_with('s') ? name.substr(1) : name;
 }
 
+// What a listing tells of a file under COLUMNS; a head that could not be read gives unknown cells.
+std::vector<Cell> Cells(const SpoolEntry& entry, const SpoolHead* head) {
+  Cell sender;
+  Cell recipients;
+  Cell retries;
+  if (head != nullptr) {
+    sender = std::string(head->ReturnPath.View());
+    recipients = Recipients(*head);
+    retries = static_cast<std::int64_t>(head->RetryTimes);
+  }
+  return {entry.Name, std::string(StateWord(entry.State)), entry.Age, entry.Size, sender, recipients,
+          retries};
+}
+
 int RefuseScan(Control& control) {
   return control.Refuse(g_SystemConfig.SpoolPath() + " can't be read by this account.");
 }
@@ -34,13 +52,12 @@ int RefuseScan(Control& control) {
 int QueueList(Control& control, const Arguments&) {
   auto entries = ScanSpool();
   if (!entries) return RefuseScan(control);
-  Listing listing{{"name", "state", "age", "size", "sender", "recipients", "retries"}, {}};
+  Listing listing{{COLUMNS.begin(), COLUMNS.end()}, {}};
   for (SpoolEntry& entry : *entries) {
-    const auto content = ReadSpoolFile(entry);
-    if (!content) continue;  // delivered since the scan
-    listing.Rows.push_back({entry.Name, std::string(StateWord(entry.State)), entry.Age, entry.Size,
-                            std::string(content->Head.ReturnPath.View()), Recipients(content->Head),
-                            static_cast<std::int64_t>(content->Head.RetryTimes)});
+    SpoolContent content;
+    const SpoolLook look = ReadSpoolFile(entry, content);
+    if (look == SpoolLook::GONE) continue;  // delivered since the scan
+    listing.Rows.push_back(Cells(entry, look == SpoolLook::READ ? &content.Head : nullptr));
   }
   control.Show(listing);
   return DONE;
@@ -52,20 +69,21 @@ int QueueShow(Control& control, const Arguments& arguments) {
   const auto entry = std::find_if(entries->begin(), entries->end(), [&](const SpoolEntry& each) {
     return Unmarked(each.Name) == Unmarked(arguments.First);
   });
-  const auto content = entry == entries->end() ? std::nullopt : ReadSpoolFile(*entry);
-  if (!content) return control.Refuse("No the record: " + arguments.First);
-  Record record{{"name", entry->Name},
-                {"state", std::string(StateWord(entry->State))},
-                {"age", entry->Age},
-                {"size", entry->Size},
-                {"sender", std::string(content->Head.ReturnPath.View())},
-                {"recipients", Recipients(content->Head)},
-                {"retries", static_cast<std::int64_t>(content->Head.RetryTimes)}};
-  if (control.Chosen.Json) record.emplace_back("header", content->Header);
+  SpoolContent content;
+  const SpoolLook look = entry == entries->end() ? SpoolLook::GONE : ReadSpoolFile(*entry, content);
+  if (look == SpoolLook::GONE) return control.Refuse("No the record: " + arguments.First);
+  if (look == SpoolLook::UNREADABLE) {
+    return control.Refuse(JoinPath(g_SystemConfig.SpoolPath(), entry->Name) +
+                          " can't be read by this account.");
+  }
+  Record record;
+  for (Cell& cell : Cells(*entry, &content.Head))
+    record.emplace_back(COLUMNS[record.size()], std::move(cell));
+  if (control.Chosen.Json) record.emplace_back("header", content.Header);
   control.Show(record);
   if (control.Chosen.Json) return DONE;
   control.Around.Screen.Out("\n");
-  for (const std::string& line : content->Header) control.Around.Screen.Out(LogSafe(line) + "\n");
+  for (const std::string& line : content.Header) control.Around.Screen.Out(LogSafe(line) + "\n");
   return DONE;
 }
 

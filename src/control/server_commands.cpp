@@ -27,10 +27,37 @@ Cell KnownTime(std::int64_t moment) {
 }
 
 // The ports to try: those on which the instance listens, or those that are set where it can't be looked at.
-std::vector<int> PortsToTry(const Control& control) {
-  const auto instance = control.OwnInstance();
-  if (instance && instance->Id != 0) return instance->Ports;
+// Without an instance there are none, as somebody else may listen on those that are set.
+std::vector<int> PortsToTry(const std::optional<platform::InstanceProcess>& instance) {
+  if (!instance) return {};
+  if (instance->Id != 0) return instance->Ports;
   return {g_SystemConfig.SmtpPort.load(), g_SystemConfig.Pop3Port.load()};
+}
+
+// What a process is called in words: its number and its program.
+std::string ProcessText(const platform::InstanceProcess& instance) {
+  return "process " + std::to_string(instance.Id) + " (" + LogSafe(instance.Program) + ")";
+}
+
+// The status where this account may not look at the process that holds the name.
+int ShowHidden(Control& control, const platform::InstanceProcess& instance) {
+  if (const std::int64_t host = ProcessOf(instance); host != 0) {
+    control.Show(Record{{"running", true}, {"program", HOST_PROGRAM}, {"process", host}});
+    control.Note("This account may not see more of the process.");
+    return DONE;
+  }
+  control.Show(Record{{"running", true}});
+  control.Note(
+      "This account may not look at the process. If no server runs, a process that is none holds its name, "
+      "and no server can start; \"velnorctl status\" as root tells which.");
+  return DONE;
+}
+
+// The status where the name is held by a process that is no server.
+int ShowForeign(Control& control, const platform::InstanceProcess& instance) {
+  control.Show(Record{{"running", false}, {"program", instance.Program}, {"process", instance.Id}});
+  return control.Refuse("The " + ProcessText(instance) +
+                        " holds the server's name and is no server. None can start until it ends.");
 }
 
 // Makes a file in the spool as a writer does, and takes it away. Whatever is left of it the next start
@@ -53,11 +80,8 @@ int ServerStatus(Control& control, const Arguments&) {
     control.Show(Record{{"running", false}});
     return REFUSED;
   }
-  if (instance->Id == 0) {
-    control.Show(Record{{"running", true}});
-    control.Note("This account may not look at the process.");
-    return DONE;
-  }
+  if (instance->Id == 0) return ShowHidden(control, *instance);
+  if (KindOf(*instance) == InstanceKind::FOREIGN) return ShowForeign(control, *instance);
   std::vector<std::string> ports;
   for (const int port : instance->Ports) ports.push_back(std::to_string(port));
   control.Show(Record{{"running", true},
@@ -72,13 +96,17 @@ int ServerStatus(Control& control, const Arguments&) {
 int ServerReload(Control& control, const Arguments&) {
   const auto instance = control.Around.FindInstance();
   if (!instance) return control.Refuse("No instance is running.");
-  if (instance->Id == 0) return control.Refuse("An instance runs that this account may not look at.");
+  if (KindOf(*instance) == InstanceKind::FOREIGN) {
+    return control.Refuse("The " + ProcessText(*instance) + " holds the server's name and is no server.");
+  }
+  const std::int64_t process = ProcessOf(*instance);
+  if (process == 0) return control.Refuse("An instance runs that this account may not look at.");
   const std::string& wanted = control.Chosen.Directory;
-  if (!wanted.empty() && !platform::IsSamePlace(wanted, instance->Directory)) {
+  if (instance->Id != 0 && !wanted.empty() && !platform::IsSamePlace(wanted, instance->Directory)) {
     return control.Refuse("The instance that runs works in " + instance->Directory + ".");
   }
-  if (!control.Around.RequestReload(instance->Id)) {
-    return control.Refuse("This account may not signal the process " + std::to_string(instance->Id) + ".");
+  if (!control.Around.RequestReload(process)) {
+    return control.Refuse("This account may not signal the process " + std::to_string(process) + ".");
   }
   return DONE;
 }
@@ -86,13 +114,15 @@ int ServerReload(Control& control, const Arguments&) {
 int ServerReady(Control& control, const Arguments&) {
   bool smtp = false;
   bool pop3 = false;
-  for (const int port : PortsToTry(control)) {
+  const auto instance = control.OwnInstance();
+  for (const int port : PortsToTry(instance)) {
     const std::string greeting = ReadGreeting(port);
     smtp = smtp || greeting.starts_with("220");
     pop3 = pop3 || greeting.starts_with("+OK");
   }
   const bool spool = SpoolTakesFiles();
   control.Show(Record{{"smtp", smtp}, {"pop3", pop3}, {"spool", spool}});
+  if (!instance) control.Note("Not ready: no instance runs with this configuration.");
   return smtp && pop3 && spool ? DONE : REFUSED;
 }
 

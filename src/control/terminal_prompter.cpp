@@ -27,7 +27,7 @@ bool TerminalPrompter::Ask(std::string_view question) {
   return false;
 }
 
-std::optional<std::string> TerminalPrompter::ChooseFolder(std::string_view) {
+std::optional<std::string> TerminalPrompter::ChooseFolder(std::string_view, const std::string&) {
   return std::nullopt;
 }
 

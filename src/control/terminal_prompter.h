@@ -15,7 +15,7 @@ class TerminalPrompter : public Prompter {
                     PromptIcon icon) override;
 
   // A terminal has no chooser and no desktop: never a folder, and nothing opens.
-  std::optional<std::string> ChooseFolder(std::string_view title) override;
+  std::optional<std::string> ChooseFolder(std::string_view title, const std::string& start) override;
   void OpenExternally(const std::string& target) override;
 
   // Whether a command was refused or a question was not answered with yes, and the words were shown.

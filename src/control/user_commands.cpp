@@ -98,6 +98,7 @@ int UserList(Control& control, const Arguments& arguments) {
   Listing listing{{"address", "name", "pop3", "smtp"}, {}};
   for (const std::string& domain : *domains) {
     if (!arguments.First.empty() && !EqualsIgnoreCase(domain, arguments.First)) continue;
+    if (!CanListAccounts(control, domain)) return REFUSED;
     std::vector<AccountRow> rows = ListAccounts(domain);
     std::sort(rows.begin(), rows.end(),
               [](const AccountRow& a, const AccountRow& b) { return a.Account < b.Account; });

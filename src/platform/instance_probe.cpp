@@ -12,6 +12,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "platform/account.h"
 #include "platform/directory_walk.h"
 
 namespace platform {
@@ -56,14 +57,25 @@ std::string NameSocket(std::string_view name) {
   return {};
 }
 
-// What the descriptors of a process point to; empty if this account may not look.
-std::vector<std::string> DescriptorTargets(const std::string& process) {
+// What the descriptors of a process point to; none if this account may not look at each of them.
+std::optional<std::vector<std::string>> DescriptorTargets(const std::string& process) {
   std::vector<std::string> targets;
   DirectoryWalk walk;
-  if (walk.Open(process + "/fd") != 0) return targets;
+  if (walk.Open(process + "/fd") != 0) return std::nullopt;
   WalkEntry entry;
-  while (walk.Next(entry)) targets.push_back(LinkTarget(process + "/fd/" + entry.name));
-  return targets;
+  while (walk.Next(entry)) {
+    if (entry.isDirectory) continue;
+    targets.push_back(LinkTarget(process + "/fd/" + entry.name));
+    if (targets.back().empty()) return std::nullopt;
+  }
+  return walk.Failed() ? std::nullopt : std::optional(targets);
+}
+
+std::string ShortName(const std::string& process) {
+  std::ifstream file(process + "/comm");
+  std::string name;
+  std::getline(file, name);
+  return name;
 }
 
 bool Holds(const std::vector<std::string>& targets, const std::string& target) {
@@ -114,21 +126,34 @@ InstanceProcess Describe(std::int64_t id, const std::vector<std::string>& target
   return instance;
 }
 
+// Whether a process is the instance, as far as can be seen.
+bool MayBe(const InstanceProcess& instance, std::int64_t id) {
+  if (instance.Id != 0) return instance.Id == id;
+  return std::any_of(instance.Hidden.begin(), instance.Hidden.end(),
+                     [id](const HiddenProcess& process) { return process.Id == id; });
+}
+
 }  // namespace
 
 std::optional<InstanceProcess> ProbeInstance(std::string_view name) {
+  const OwnFileRights rights;
   const std::string socket = NameSocket(name);
   if (socket.empty()) return std::nullopt;
+  InstanceProcess unknown;
   DirectoryWalk walk;
-  if (walk.Open("/proc") != 0) return InstanceProcess();
+  if (walk.Open("/proc") != 0) return unknown;
   WalkEntry entry;
   while (walk.Next(entry)) {
     const auto id = WholeNumber<std::int64_t>(entry.name);
     if (!id) continue;
-    const std::vector<std::string> targets = DescriptorTargets("/proc/" + entry.name);
-    if (Holds(targets, socket)) return Describe(*id, targets);
+    const std::string process = "/proc/" + entry.name;
+    const std::optional<std::vector<std::string>> targets = DescriptorTargets(process);
+    if (targets && Holds(*targets, socket)) return Describe(*id, *targets);
+    if (targets) continue;
+    const std::string short_name = ShortName(process);  // empty if the process has ended
+    if (!short_name.empty()) unknown.Hidden.push_back({*id, short_name});
   }
-  return InstanceProcess();
+  return unknown;
 }
 
 bool RequestReload(std::string_view name, std::int64_t id) {
@@ -137,7 +162,7 @@ bool RequestReload(std::string_view name, std::int64_t id) {
   if (process < 0) return false;
   const std::optional<InstanceProcess> holder = ProbeInstance(name);
   const bool done =
-      holder && holder->Id == id && ::syscall(SYS_pidfd_send_signal, process, SIGHUP, nullptr, 0) == 0;
+      holder && MayBe(*holder, id) && ::syscall(SYS_pidfd_send_signal, process, SIGHUP, nullptr, 0) == 0;
   ::close(process);
   return done;
 }

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <regex>
-
 #include "control_world.h"
 #include "core/accounts.h"
 #include "core/system_config.h"
@@ -31,172 +29,134 @@ void RunSteps(ControlWorld& world, const std::vector<Step>& steps) {
 
 TEST(Commands, Domains) {
   ControlWorld world;
-  RunSteps(world, {
-                      {"domain list"},
-                      {"domain add one.test"},
-                      {"domain add two.test"},
-                      {"domain add ONE.test", 1, "", "Already has the same domain"},
-                      {"domain add send", 1, "", "\"Domain\" accepts 1 to 30 characters"},
-                      {"domain add ../out", 1, "", "\"Domain\" accepts"},
-                      {"domain rename one.test ONE.TEST", 1, "", "the same name"},
-                      {"domain rename none.test x.test", 1, "", "No the record"},
-                      {"domain rename one.test two.test", 1, "", "Already has the same domain"},
-                      {"domain rename one.test new.test", 1, "", "Are you sure update the domain?", {"n"}},
-                      {"domain rename one.test new.test --yes"},
-                      {"domain delete none.test", 1, "", "No the record"},
-                      {"domain delete two.test", 1, "", "Nothing was changed."},
-                      {"domain delete two.test", 0, "", "Are you sure delete the domain?", {"YES"}},
-                      {"domain list", 0, "new.test\n"},
-                      {"domain list --json", 0, "[{\"domain\": \"new.test\"}]\n"},
-                  });
+  const std::vector<Step> steps = {
+      {"domain list"},
+      {"domain add one.test"},
+      {"domain add two.test"},
+      {"domain add ONE.test", 1, "", "Already has the same domain"},
+      {"domain rename none.test x.test", 1, "", "No the record"},
+      {"domain rename one.test two.test", 1, "", "Already has the same domain"},
+      {"domain rename one.test new.test --yes"},
+      {"domain delete two.test", 1, "", "Nothing was changed."},
+      {"domain delete two.test", 0, "", "Are you sure delete the domain?", {"YES"}},
+      {"domain list", 0, "new.test\n"},
+      {"domain list --json", 0, "[{\"domain\": \"new.test\"}]\n"},
+  };
+  RunSteps(world, steps);
   EXPECT_EQ(FileNames(world.World.MailRoot()), (std::vector<std::string>{"new.test", "send"}));
   EXPECT_NE(ReadFile(world.World.Work() / "velnor.ini").find("LocalDomain=new.test|"), std::string::npos);
-}
-
-TEST(Commands, TheListOfDomainsNeverOutgrowsWhatIsRead) {
-  ControlWorld world;
-  int added = 0;
-  for (int i = 100; i < 150; ++i) {
-    if (world.Run("domain add a-name-of-30-character-" + std::to_string(i) + ".com").Status == 0) ++added;
-  }
-  EXPECT_EQ(added, 1022 / 31);
-  world.Run("domain list");
-  EXPECT_EQ(g_SystemConfig.LocalDomains.Get()->size(), 32u);
+  const std::string longest(27, 'x');
+  for (int i = 100; i < 132; ++i) world.Run("domain add " + longest + std::to_string(i));
+  const Outcome full = world.Run("domain rename new.test " + longest + "new --yes");
+  EXPECT_EQ(full.Err, "The list of the domains has no room for this name.\n");
 }
 
 TEST(Commands, Users) {
   ControlWorld world;
-  RunSteps(world,
-           {
-               {"user add a@one.test", 1, "", "No domain, please check!"},
-               {"domain add one.test"},
-               {"user add a@two.test", 1, "", "two.test is no local domain."},
-               {"user add one.test", 1, "", "is no address"},
-               {"user add a@one.test", 1, "", "No password was given."},
-               {"user add a@one.test", 1, "", "No password was given.", {""}},
-               {"user add a@one.test", 1, "", "\"Password\" accepts at most 20", {std::string(21, 'x')}},
-               {"user add a/b@one.test", 1, "", "\"Account\" accepts", {"secret"}},
-               {"user add a@one.test Password=x", 1, "", "not taken from the command line", {"secret"}},
-               {"user add a@one.test Pop3Enable=2", 1, "", "\"Pop3 Enable\" accepts", {"secret"}},
-               {"user list --json", 0, "[]\n"},
-               {"user add Ann@one.test Pop3Enable=1 username=Annie", 0, "", "", {"secret"}},
-               {"user add ann@ONE.test", 1, "", "Already has the same record", {"other"}},
-               {"user add bob@one.test", 0, "", "can't log on", {"secret"}},
-               {"user list two.test", 1, "", "two.test is no local domain."},
-               {"user list one.test", 0,
-                "address       name   pop3  smtp\n"
-                "Ann@one.test  Annie  yes   no\n"
-                "bob@one.test         no    no\n"},
-               {"user set ann@one.test MailBoxSize=65535", 1, "", "\"Mailbox size\" accepts a whole number"},
-               {"user set ann@one.test MailBoxSize", 1, "", "A setting is KEY=VALUE."},
-               {"user set ann@one.test Quota=1", 1, "", "There is no setting \"Quota\"."},
-               {"user set ann@one.test MailBoxSize 7 MaxMailNum=3"},
-               {"mailbox ann@one.test --json", 0,
-                "{\"address\": \"Ann@one.test\", \"messages\": 0, \"bytes\": 0, \"quota_messages\": 3, "
-                "\"quota_bytes\": 7340032}\n"},
-               {"user password ann@one.test", 0, "", "", {"changed"}},
-               {"user password none@one.test", 1, "", "No the record", {"changed"}},
-               {"user delete none@one.test --yes", 1, "", "No the record"},
-               {"user delete bob@one.test", 1, "", "Are you sure delete the record?"},
-               {"user delete bob@one.test --yes"},
-               {"user list --json", 0,
-                "[{\"address\": \"Ann@one.test\", \"name\": \"Annie\", \"pop3\": true, \"smtp\": false}]\n"},
-           });
-  const UserProfile profile = LoadProfile("one.test", "Ann");
-  EXPECT_EQ(profile.Password, "changed");
+  const std::vector<Step> steps = {
+      {"user add a@one.test", 1, "", "No domain, please check!"},
+      {"domain add one.test"},
+      {"user add a@two.test", 1, "", "two.test is no local domain."},
+      {"user add one.test", 1, "", "is no address"},
+      {"user add a@one.test", 1, "", "No password was given.", {""}},
+      {"user add a@one.test Password=x", 1, "", "not taken from the command line", {"secret"}},
+      {"user add a@one.test Pop3Enable=2", 1, "", "\"Pop3 Enable\" accepts", {"secret"}},
+      {"user list --json", 0, "[]\n"},
+      {"user add Ann@one.test Pop3Enable=1 username=Annie", 0, "", "", {"secret"}},
+      {"user add ann@ONE.test", 1, "", "Already has the same record", {"other"}},
+      {"user add bob@one.test", 0, "", "can't log on", {"secret"}},
+      {"user list one.test", 0,
+       "address       name   pop3  smtp\nAnn@one.test  Annie  yes   no\nbob@one.test         no    no\n"},
+      {"user set ann@one.test MailBoxSize", 1, "", "A setting is KEY=VALUE."},
+      {"user set ann@one.test Quota=1", 1, "", "There is no setting \"Quota\"."},
+      {"user set ann@one.test MailBoxSize 7 MaxMailNum=3"},
+      {"mailbox ann@one.test --json", 0,
+       "{\"address\": \"Ann@one.test\", \"messages\": 0, \"bytes\": 0, \"quota_messages\": 3, "
+       "\"quota_bytes\": 7340032}\n"},
+      {"user password ann@one.test", 0, "", "", {"changed"}},
+      {"user delete bob@one.test --yes"},
+      {"user list --json", 0,
+       "[{\"address\": \"Ann@one.test\", \"name\": \"Annie\", \"pop3\": true, \"smtp\": false}]\n"},
+  };
+  RunSteps(world, steps);
+  EXPECT_EQ(LoadProfile("one.test", "Ann").Password, "changed");
   EXPECT_EQ(world.Run("user show ann@one.test").Out.find("changed"), std::string::npos);
-}
-
-TEST(Commands, APersonTypesThePasswordTwice) {
-  ControlWorld world;
-  world.World.AddAccount("one.test", "ann", "old");
-  g_SystemConfig.SaveDomains();
+  // A person types it twice.
   const Outcome differ = world.Run("user password ann@one.test", {"new", "now"}, true);
   EXPECT_EQ(differ.Status, 1);
   EXPECT_EQ(differ.Err, "Password: The same again: The two passwords differ.\n");
-  EXPECT_EQ(LoadProfile("one.test", "ann").Password, "old");
+  EXPECT_EQ(LoadProfile("one.test", "Ann").Password, "changed");
   EXPECT_EQ(world.Run("user password ann@one.test", {"new", "new"}, true).Status, 0);
-  EXPECT_EQ(LoadProfile("one.test", "ann").Password, "new");
+  EXPECT_EQ(LoadProfile("one.test", "Ann").Password, "new");
 }
 
 TEST(Commands, MailLists) {
   ControlWorld world;
   world.World.AddAccount("one.test", "list", "secret");
   g_SystemConfig.SaveDomains();
-  RunSteps(world, {
-                      {"maillist list", 0, "list  members\n"},
-                      {"maillist add list", 1, "", "\"List Addr\" accepts an address"},
-                      {"maillist add #l@one.test", 1, "", "begins with none of"},
-                      {"maillist add list@one.test"},
-                      {"maillist add LIST@one.test", 1, "", "There is the same maillist"},
-                      {"maillist add other@one.test", 0, "", "No account stands behind the list"},
-                      {"maillist add-member none@one.test a@b.test", 1, "", "No the record"},
-                      {"maillist add-member list@one.test ab", 1, "", "\"Email Addr\" accepts an address"},
-                      {"maillist add-member list@one.test a@b.test"},
-                      {"maillist add-member list@one.test c@d.test --read-only"},
-                      {"maillist add-member list@one.test A@b.test", 1, "", "There is the same email addr"},
-                      {"maillist remove-member list@one.test x@y.test", 1, "", "There is not the email addr"},
-                      {"maillist members list@one.test", 0,
-                       "address   permission\n"
-                       "a@b.test  RW\n"
-                       "c@d.test  R\n"},
-                      {"maillist remove-member list@one.test a@b.test"},
-                      {"maillist delete other@one.test", 1, "", "Are you sure delete the maillist?"},
-                      {"maillist delete other@one.test --yes"},
-                      {"maillist delete other@one.test --yes", 1, "", "No the record"},
-                      {"maillist list --json", 0, "[{\"list\": \"list@one.test\", \"members\": 1}]\n"},
-                  });
+  const std::vector<Step> steps = {
+      {"maillist add list", 1, "", "\"List Addr\" accepts an address"},
+      {"maillist add #l@one.test", 1, "", "begins with none of"},
+      {"maillist add list@one.test"},
+      {"maillist add other@one.test", 0, "", "No account stands behind the list"},
+      {"maillist add-member none@one.test a@b.test", 1, "", "No the record"},
+      {"maillist add-member list@one.test ab", 1, "", "\"Email Addr\" accepts an address"},
+      {"maillist add-member list@one.test a@b.test"},
+      {"maillist add-member list@one.test c@d.test --read-only"},
+      {"maillist remove-member list@one.test x@y.test", 1, "", "There is not the email addr"},
+      {"maillist members list@one.test", 0, "address   permission\na@b.test  RW\nc@d.test  R\n"},
+      {"maillist remove-member list@one.test a@b.test"},
+      {"maillist delete other@one.test --yes"},
+      {"maillist delete other@one.test --yes", 1, "", "No the record"},
+      {"maillist list --json", 0, "[{\"list\": \"list@one.test\", \"members\": 1}]\n"},
+  };
+  RunSteps(world, steps);
 }
 
 TEST(Commands, Rules) {
   ControlWorld world;
-  RunSteps(world, {
-                      {"rule list"},
-                      {"rule add 192.168.*"},
-                      {"rule add list"},
-                      {"rule add LIST", 1, "", "Already has the same record"},
-                      {"rule test 192.168.1.5", 1, "address: 192.168.1.5\nforbidden: yes\nrule: 192.168.*\n"},
-                      {"rule test 10.0.0.1 --json", 0,
-                       "{\"address\": \"10.0.0.1\", \"forbidden\": false, \"rule\": null}\n"},
-                      {"rule test one.test", 1, "", "is no IPv4 address"},
-                      {"rule delete 10.0.0.1 --yes", 1, "", "No the record"},
-                      {"rule delete list", 1, "", "Are you sure delete the rule?"},
-                      {"rule delete list", 0, "", "Are you sure delete the rule?", {"y"}},
-                      {"rule add *.*", 0, "", "forbids every peer"},
-                      {"rule list", 0, "192.168.*\n*.*\n"},
-                  });
+  const std::vector<Step> steps = {
+      {"rule add 192.168.*"},
+      {"rule add list"},  // an argument may be called as a command is
+      {"rule test 192.168.1.5", 1, "address: 192.168.1.5\nforbidden: yes\nrule: 192.168.*\n"},
+      {"rule test 10.0.0.1 --json", 0, "{\"address\": \"10.0.0.1\", \"forbidden\": false, \"rule\": null}\n"},
+      {"rule test one.test", 1, "", "is no IPv4 address"},
+      {"rule delete 10.0.0.1 --yes", 1, "", "No the record"},
+      {"rule delete list", 0, "", "Are you sure delete the rule?", {"y"}},
+      {"rule add *.*", 0, "", "forbids every peer"},
+      {"rule list", 0, "192.168.*\n*.*\n"},
+  };
+  RunSteps(world, steps);
   EXPECT_EQ(ReadFile(world.World.App() / "rules.ini"), "192.168.*\r\n*.*\r\n");
 }
 
 TEST(Commands, Settings) {
   ControlWorld world;
-  RunSteps(world,
-           {
-               {"config get smtpport", 0, "25\n"},
-               {"config get none", 1, "", "There is no setting \"none\"."},
-               {"config set SmtpPort 65535", 1, "", "\"SMTP\" accepts a whole number from 0 to 65534."},
-               {"config set SmtpPort 2525 MaxSizePerMail=1", 1, "", "\"Maxsize per mail\" accepts"},
-               {"config set LogToFile=2", 1, "", "\"Log to File\" accepts"},
-               {"config set MailPath=", 1, "", "\"Mailbox Path\" accepts the path of a directory."},
-               {"config set WebPath=/", 1, "", "Nothing uses \"WebPath\"."},
-               {"config get SmtpPort", 0, "25\n"},
-               {"config set smtpport 2525 Pop3Port=1110", 0, "", "Operation is successful"},
-               {"config get SmtpPort --json", 0, "[{\"SmtpPort\": \"2525\"}]\n"},
-               {"config set MailPath=/nowhere/at/all", 0, "", "/nowhere/at/all is no directory"},
-           });
+  const std::vector<Step> steps = {
+      {"config get none", 1, "", "There is no setting \"none\"."},
+      {"config set SmtpPort 65535", 1, "", "\"SMTP\" accepts a whole number from 0 to 65534."},
+      {"config set LogToFile=2", 1, "", "\"Log to File\" accepts"},
+      {"config get localdomain --json", 0, "[{\"LocalDomain\": []}]\n"},
+      {"config set LocalDomain=a.test", 1, "", "by \"velnorctl domain\""},
+      {"config set WebPath=/", 1, "", "Nothing uses \"WebPath\"."},
+      {"config get smtpport", 0, "25\n"},
+      {"config set smtpport 2525 Pop3Port=1110", 0, "", "Operation is successful"},
+      {"config get SmtpPort --json", 0, "[{\"SmtpPort\": \"2525\"}]\n"},
+      {"config set MailPath=/nowhere/at/all", 0, "", "/nowhere/at/all is no directory"},
+  };
+  RunSteps(world, steps);
   // A value that was bad before is named, and can be mended in the same command as another.
   WriteFile(world.World.Work() / "velnor.ini", "[System]\nMaxSizePerMail=99\nSmtpPort=99999\n");
-  RunSteps(world, {
-                      {"config set SmtpPort=25", 1, "", "MaxSizePerMail in velnor.ini is not accepted."},
-                      {"config set SmtpPort=25 MaxSizePerMail=9", 0, "", "Operation is successful"},
-                  });
+  RunSteps(world, {{"config set SmtpPort=25", 1, "", "MaxSizePerMail in velnor.ini is not accepted."},
+                   {"config set SmtpPort=25 MaxSizePerMail=9", 0, "", "Operation is successful"}});
 }
 
-TEST(CommandLine, WrongOnesGiveTwoAndChangeNothing) {
+TEST(CommandLine, HelpGivesNoneAndWrongOnesGiveTwo) {
   ControlWorld world;
+  EXPECT_NE(world.Run("config set --help").Out.find("Usage: velnorctl config set [OPT"), std::string::npos);
   const std::string before = ReadFile(world.World.Work() / "velnor.ini");
   for (const char* line :
-       {"", "domain", "bogus", "domain bogus", "domain add", "domain add a b", "domain list a", "config set",
+       {"", "domain", "bogus", "domain bogus", "domain add", "domain add a b", "config set",
         "user set a@one.test", "domain add a --bogus", "domain add a --read-only"}) {
     SCOPED_TRACE(line);
     const Outcome outcome = world.Run(line);
@@ -205,82 +165,32 @@ TEST(CommandLine, WrongOnesGiveTwoAndChangeNothing) {
     EXPECT_NE(outcome.Err, "");
   }
   EXPECT_EQ(ReadFile(world.World.Work() / "velnor.ini"), before);
-  // An argument may be called as a command is.
-  EXPECT_EQ(world.Run("rule add list").Status, 0);
-}
-
-TEST(CommandLine, EveryCommandHasHelp) {
-  ControlWorld world;
-  const Outcome all = world.Run("--help-all");
-  ASSERT_EQ(all.Status, 0);
-  for (const char* command : {"domain list",
-                              "domain add",
-                              "domain rename",
-                              "domain delete",
-                              "user list",
-                              "user add",
-                              "user show",
-                              "user set",
-                              "user password",
-                              "user delete",
-                              "maillist list",
-                              "maillist add",
-                              "maillist delete",
-                              "maillist members",
-                              "maillist add-member",
-                              "maillist remove-member",
-                              "rule list",
-                              "rule add",
-                              "rule delete",
-                              "rule test",
-                              "config show",
-                              "config get",
-                              "config set",
-                              "config check",
-                              "queue list",
-                              "queue show",
-                              "mailbox",
-                              "status",
-                              "ready",
-                              "metrics",
-                              "reload"}) {
-    const Outcome outcome = world.Run(std::string(command) + " --help");
-    EXPECT_EQ(outcome.Status, 0) << command;
-    EXPECT_NE(outcome.Out.find(std::string("velnorctl ") + command), std::string::npos) << outcome.Out;
-  }
-}
-
-TEST(CommandLine, ADirectoryWithoutConfigurationStaysAsItIs) {
-  ControlWorld world;
-  const auto work = world.World.Work();
-  std::filesystem::remove(work / "velnor.ini");
-  const std::vector<std::string> before = FileNames(work);
-  for (const char* line : {"domain add one.test", "user list", "config check", "metrics", "config show"}) {
-    const Outcome outcome = world.Run(line);
-    EXPECT_EQ(outcome.Status, 1) << line;
-    EXPECT_NE(outcome.Err.find("There is no velnor.ini in " + work.string()), std::string::npos)
-        << outcome.Err;
-  }
-  EXPECT_EQ(world.Run("domain list --directory " + (work / "none").string()).Status, 1);
-  EXPECT_EQ(FileNames(work), before);
-  EXPECT_EQ(world.Run("config set MailPath=" + world.World.MailRoot().string()).Status, 0);
-  EXPECT_EQ(world.Run("domain add one.test").Status, 0);
 }
 
 TEST(CommandLine, ReadingMakesNothing) {
   ControlWorld world;
   namespace fs = std::filesystem;
-  WriteFile(world.World.Work() / "velnor.ini",
+  const fs::path work = world.World.Work();
+  const char* const lines[] = {"config show",   "config check", "domain list", "user list",
+                               "maillist list", "rule list",    "queue list",  "metrics"};
+  WriteFile(work / "velnor.ini",
             "[System]\nMailPath=" + world.World.MailRoot().string() + "\nLocalDomain=one.test|\n");
-  for (const char* name : {"maillist.ini", "logs"}) fs::remove_all(world.World.Work() / name);
-  fs::remove_all(world.World.Spool());
-  for (const char* line : {"config show", "config check", "domain list", "user list", "maillist list",
-                           "rule list", "queue list", "metrics", "rule test 1.2.3.4"}) {
-    world.Run(line);
+  for (const fs::path& path : {work / "maillist.ini", work / "logs", world.World.Spool()}) {
+    fs::remove_all(path);
   }
+  for (const char* line : lines) world.Run(line);
   EXPECT_EQ(world.Run("domain list").Out, "one.test\n");
-  EXPECT_EQ(FileNames(world.World.Work()), std::vector<std::string>{"velnor.ini"});
+  EXPECT_EQ(FileNames(work), std::vector<std::string>{"velnor.ini"});
   EXPECT_EQ(FileNames(world.World.MailRoot()), std::vector<std::string>{});
+
+  fs::remove(work / "velnor.ini");
+  for (const char* line : lines) {
+    EXPECT_NE(world.Run(line).Err.find("There is no velnor.ini in " + work.string()), std::string::npos);
+  }
+  EXPECT_EQ(world.Run("domain list --directory " + (work / "none").string()).Status, 1);
+  EXPECT_EQ(FileNames(work), std::vector<std::string>{});
+  EXPECT_EQ(world.Run("config set MailPath=" + world.World.MailRoot().string()).Status, 0);
+  EXPECT_EQ(world.Run("domain add one.test").Status, 0);
 }
 
 }  // namespace

@@ -35,7 +35,8 @@ class ConfigCheckTest : public ::testing::Test {
   TestWorld& World() { return world_.World; }
   fs::path Mail() { return World().MailRoot(); }
   fs::path Ini() { return World().Work() / "velnor.ini"; }
-  fs::path Profile() { return Mail() / "one.test" / "ann" / "config.ini"; }
+  fs::path Account() { return Mail() / "one.test" / "ann"; }
+  fs::path Profile() { return Account() / "config.ini"; }
 
   void Change(const fs::path& file, std::string_view from, std::string_view to) {
     const std::string text = ReadFile(file);
@@ -53,7 +54,8 @@ TEST_F(ConfigCheckTest, NamesEachFault) {
 
   Change(Ini(), "SmtpPort=25\n", "SmtpPort=65535\n");
   Change(Ini(), "MaxSizePerMail=5\n", "MaxSizePerMail=big\n");
-  Change(Ini(), "PrimaryDNS=\n", "PrimaryDNS=ns.one.test\n");
+  Change(Ini(), "PrimaryDNS=\n", "PrimaryDNS=ns-1.one.test\n");
+  Change(Ini(), "SecondaryDNS=\n", "SecondaryDNS=300.1.1.1\n");
   Change(Ini(), "LocalDomain=one.test|", "LocalDomain=one.test|ONE.test|send|two.test|");
   Change(Profile(), "Password=secret", "Password=");
   Change(Profile(), "MailBoxSize=50", "MailBoxSize=70000");
@@ -62,6 +64,11 @@ TEST_F(ConfigCheckTest, NamesEachFault) {
   Allow(Mail() / "one.test", 0705);
   WriteFile(World().Work() / "maillist.ini",
             "[MailList]\r\nlist@one.test\r\nnone@one.test\r\n[list@one.test]\r\nann@one.test\r\n");
+  WriteFile(Account() / "allow.ini", "a@b.test\r\n@\r\n");
+  WriteFile(Account() / "reject.ini", "b.test\r\n \r\n");
+  Allow(Account() / "reject.ini", 0620);
+  fs::create_directory(World().Work() / "logs");
+  Allow(World().Work() / "logs", 0705);
   WriteFile(World().App() / "rules.ini", "10.0.0.1\r\n\r\n");
   Allow(World().App() / "rules.ini", 0666);
 
@@ -70,7 +77,7 @@ TEST_F(ConfigCheckTest, NamesEachFault) {
   for (const char* fault :
        {"velnor.ini: SmtpPort=65535: \"SMTP\" accepts a whole number from 0 to 65534.",
         "velnor.ini: MaxSizePerMail=big: \"Maxsize per mail\" accepts",
-        "velnor.ini: PrimaryDNS=ns.one.test: this is no IPv4 address.",
+        "velnor.ini: SecondaryDNS=300.1.1.1: this is no IPv4 address and no host name.",
         "velnor.ini: The domain ONE.test is listed twice.", "velnor.ini: \"send\" can be no domain.",
         "/two.test: The domain two.test has no directory.",
         "/one.test: Its mode 705 is unsafe: others can read it.",
@@ -79,22 +86,26 @@ TEST_F(ConfigCheckTest, NamesEachFault) {
         "/ann/config.ini: Its mode 640 is unsafe: others can read it.", "/Inbox: The account has no Inbox",
         "maillist.ini: line 5: the member \"ann@one.test\" has no permission, 0 or 1.",
         "none@one.test: No account stands behind the list",
+        "/ann/reject.ini: Its mode 620 is unsafe: others can change it.",
+        "/ann/reject.ini: Line 2 is empty: that matches every sender.",
+        "/logs: Its mode 705 is unsafe: others can read it.",
         "rules.ini: Its mode 666 is unsafe: others can change it.", "rules.ini: An empty rule"}) {
     EXPECT_NE(faulty.Out.find(fault), std::string::npos) << fault << "\nin\n" << faulty.Out;
   }
-  EXPECT_EQ(std::count(faulty.Out.begin(), faulty.Out.end(), '\n'), 15) << faulty.Out;
+  EXPECT_EQ(std::count(faulty.Out.begin(), faulty.Out.end(), '\n'), 18) << faulty.Out;
   EXPECT_EQ(world_.Run("config check --json").Out.find("secret"), std::string::npos);
 }
 
 TEST_F(ConfigCheckTest, WhatCantBeReadIsNamed) {
-  for (const fs::path& file : {Profile(), World().Work() / "maillist.ini"}) {
+  const fs::path files[] = {Profile(), Account() / "reject.ini", World().Inbox("one.test", "ann") / "nmail",
+                            World().Spool() / "smail", World().Work() / "maillist.ini"};
+  for (const fs::path& file : files) {
     fs::remove(file);
-    fs::create_directory(file);
-    Allow(file, 0700);
+    fs::create_directory_symlink(World().Root(), file);
   }
   const std::string faults = world_.Run("config check").Out;
-  for (const char* fault : {"/ann/config.ini: It can't be read: Is a directory.",
-                            "maillist.ini: It can't be read: Is a directory."}) {
+  for (const fs::path& file : files) {
+    const std::string fault = file.string() + ": It can't be read: Is a directory.";
     EXPECT_NE(faults.find(fault), std::string::npos) << faults;
   }
   WriteFile(Ini(), "[System]\nMailPath=" + Mail().string() + "/none\n");

@@ -2,7 +2,9 @@
 // the test says, for the commands of velnorctl.
 #pragma once
 
+#include <iterator>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,17 +47,29 @@ class ControlWorld {
  public:
   // Runs a command line, of which blanks part the words, for the world's working directory unless it names
   // another.
-  Outcome Run(const std::string& line, std::vector<std::string> input = {}, bool interactive = false);
+  Outcome Run(std::string line, std::vector<std::string> input = {}, bool interactive = false) {
+    ScriptedTerminal terminal;
+    terminal.Input = std::move(input);
+    terminal.Interactive = interactive;
+    const auto reload = [this](std::int64_t id) { return Reloaded.push_back(id), true; };
+    const Surroundings around{terminal, World.App().string(), [this] { return Instance; }, reload};
+    if (line.find("--directory") == std::string::npos) line += " --directory " + World.Work().string();
+    std::istringstream words(line);
+    const int status = RunCommandLine(around, {std::istream_iterator<std::string>(words), {}});
+    return {status, terminal.Written, terminal.Words};
+  }
 
   // An instance of the program with this name, with the world's configuration.
-  void StartInstance(const std::string& program);
+  void StartInstance(const std::string& program) {
+    Instance.emplace();
+    Instance->Id = 4711;
+    Instance->Program = (World.App() / program).string();
+    Instance->Directory = World.Work().string();
+  }
 
   TestWorld World;
   std::optional<platform::InstanceProcess> Instance;
   std::vector<std::int64_t> Reloaded;  // whom a command asked to read its files again
 };
-
-// Words, parted by blanks.
-std::vector<std::string> Words(const std::string& line);
 
 }  // namespace velnor::test

@@ -1,7 +1,14 @@
 #include "platform/instance_probe.h"
 
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <fstream>
 
 #include "platform/clock.h"
 #include "platform/file.h"
@@ -34,6 +41,50 @@ TEST(InstanceProbe, FindsTheHolderOfTheNameAndItsPorts) {
     CloseSocket(listener);
   }
   EXPECT_FALSE(ProbeInstance(name));
+}
+
+// Whether somebody who may not look at the holder of a name knows it as one of those that it may be. It is a
+// process of this program.
+bool IsSeenFromOutside(const std::string& name, std::int64_t id) {
+  std::ifstream file("/proc/self/comm");
+  std::string short_name;
+  std::getline(file, short_name);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    // For anybody but the administrator it is enough that the process shows itself to nobody.
+    if (::geteuid() == 0 && ::setuid(54321) != 0) ::_exit(2);
+    const auto found = ProbeInstance(name);
+    const bool seen =
+        found && found->Id == 0 &&
+        std::any_of(found->Hidden.begin(), found->Hidden.end(), [&](const HiddenProcess& process) {
+          return process.Id == id && process.Name == short_name;
+        });
+    ::_exit(seen ? 0 : 1);
+  }
+  int status = -1;
+  return ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+TEST(InstanceProbe, TellsWhichProcessesTheHolderMayBe) {
+  const std::string name = "velnor-hidden-test-" + std::to_string(::getpid());
+  std::array<int, 2> ready{};
+  ASSERT_EQ(::pipe(ready.data()), 0);
+  // The holder is a process of its own, so that the one that looks does not inherit what it holds.
+  const pid_t holder = ::fork();
+  if (holder == 0) {
+    SingleInstance guard;
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::prctl(PR_SET_DUMPABLE, 0);
+    const bool held = guard.Acquire(name) && ::write(ready[1], "x", 1) == 1;
+    ::pause();
+    ::_exit(held ? 0 : 1);
+  }
+  char held = 0;
+  ASSERT_EQ(::read(ready[0], &held, 1), 1);
+  EXPECT_TRUE(IsSeenFromOutside(name, holder));
+  ::kill(holder, SIGKILL);
+  ::waitpid(holder, nullptr, 0);
+  for (const int end : ready) ::close(end);
 }
 
 }  // namespace

@@ -29,7 +29,10 @@ class ScriptedPrompter : public Prompter {
     return Answer;
   }
 
-  std::optional<std::string> ChooseFolder(std::string_view) override { return Folder; }
+  std::optional<std::string> ChooseFolder(std::string_view, const std::string& start) override {
+    FolderStart = start;
+    return Folder;
+  }
 
   void OpenExternally(const std::string& target) override { Opened.push_back(target); }
 
@@ -44,6 +47,7 @@ class ScriptedPrompter : public Prompter {
   std::vector<std::string> Opened;
   PromptAnswer Answer = PromptAnswer::NO;  // to every box with a choice
   std::optional<std::string> Folder;       // the folder chooser's
+  std::string FolderStart;                 // where it began
 };
 
 }  // namespace velnor::test

@@ -60,12 +60,27 @@ std::span<const ConfigField> ConfigFields() {
   return FIELDS;
 }
 
-ConfigForm::ConfigForm(Prompter& prompter) : prompter_(prompter) {
+ConfigForm::ConfigForm(Prompter& prompter) : prompter_(prompter), read_(ReadSettings()), values_(read_) {
+  AntiSpam = IsTicked(Value(ANTI_SPAM_KEY));
+}
+
+ConfigForm::Values ConfigForm::ReadSettings() {
+  Values values;
   for (const ConfigField& field : FIELDS) {
     const std::string value = SettingValue(g_SystemConfig, *FindSetting(field.Key));
-    values_.emplace(field.Key, field.Kind == ConfigFieldKind::TICK ? TickValue(IsTicked(value)) : value);
+    values.emplace(field.Key, field.Kind == ConfigFieldKind::TICK ? TickValue(IsTicked(value)) : value);
   }
-  AntiSpam = IsTicked(Value(ANTI_SPAM_KEY));
+  return values;
+}
+
+void ConfigForm::Refresh() {
+  Values fresh = ReadSettings();
+  for (auto& [key, value] : values_) {
+    if (value != read_[key] || value == fresh[key]) continue;
+    value = fresh[key];
+    if (key == ANTI_SPAM_KEY) AntiSpam = IsTicked(value);
+  }
+  read_ = std::move(fresh);
 }
 
 void ConfigForm::ClickAntiSpam(bool ticked) {
@@ -74,7 +89,7 @@ void ConfigForm::ClickAntiSpam(bool ticked) {
 }
 
 void ConfigForm::Browse() {
-  const std::optional<std::string> folder = prompter_.ChooseFolder("Maildir Root:");
+  const std::optional<std::string> folder = prompter_.ChooseFolder("Maildir Root:", Value(MAIL_PATH_KEY));
   if (!folder) return;
   if (folder->empty()) return ShowError(prompter_, "Failed to get directory");
   Value(MAIL_PATH_KEY) = *folder;
@@ -82,6 +97,7 @@ void ConfigForm::Browse() {
 
 void ConfigForm::Apply() {
   FailedKey = "";
+  Refresh();
   std::vector<Reading> readings;
   for (const ConfigField& field : FIELDS) {
     Reading reading{.Row = FindSetting(field.Key)};
@@ -94,6 +110,7 @@ void ConfigForm::Apply() {
   }
   for (const Reading& reading : readings) Store(reading);
   g_SystemConfig.SaveConfig();
+  values_ = read_ = ReadSettings();
   ShowInformation(prompter_, "Operation is successful");
 }
 

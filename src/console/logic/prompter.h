@@ -12,7 +12,7 @@
 namespace velnor {
 
 enum class PromptButtons { OK, OK_CANCEL, YES_NO };
-enum class PromptIcon { NONE, INFORMATION, STOP, QUESTION };
+enum class PromptIcon { NONE, INFORMATION, STOP };
 enum class PromptAnswer { OK, CANCEL, YES, NO };
 
 inline constexpr const char* CAPTION_ERROR = "Error";
@@ -28,11 +28,11 @@ class Prompter {
   virtual PromptAnswer Show(std::string_view text, std::string_view caption, PromptButtons buttons,
                             PromptIcon icon) = 0;
 
-  // Lets the user choose one directory: its path, an empty text if the chooser gave none, or nothing on a
-  // cancel.
-  virtual std::optional<std::string> ChooseFolder(std::string_view title) = 0;
+  // Lets the user choose one directory, beginning at `start` if that is one: its path, an empty text if the
+  // chooser gave none, or nothing on a cancel.
+  virtual std::optional<std::string> ChooseFolder(std::string_view title, const std::string& start) = 0;
 
-  // Opens a file or a page with the program that the desktop associates with it. No result.
+  // Opens a file with the program that the desktop associates with it. No result.
   virtual void OpenExternally(const std::string& target) = 0;
 };
 

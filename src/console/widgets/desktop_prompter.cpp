@@ -4,6 +4,7 @@
 #include <QDesktopServices>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QUrl>
 
@@ -24,14 +25,25 @@ QMessageBox::StandardButtons ToButtons(PromptButtons buttons) {
   return QMessageBox::Ok;
 }
 
+// The answer of a box that was closed, or that the end of the program took away.
+PromptAnswer Unanswered(PromptButtons buttons) {
+  switch (buttons) {
+    case PromptButtons::OK_CANCEL:
+      return PromptAnswer::CANCEL;
+    case PromptButtons::YES_NO:
+      return PromptAnswer::NO;
+    case PromptButtons::OK:
+      break;
+  }
+  return PromptAnswer::OK;
+}
+
 QMessageBox::Icon ToIcon(PromptIcon icon) {
   switch (icon) {
     case PromptIcon::INFORMATION:
       return QMessageBox::Information;
     case PromptIcon::STOP:
       return QMessageBox::Critical;
-    case PromptIcon::QUESTION:
-      return QMessageBox::Question;
     case PromptIcon::NONE:
       break;
   }
@@ -44,6 +56,10 @@ QWidget* Owner() {
   return dialog != nullptr ? dialog : QApplication::activeWindow();
 }
 
+QString ToFileName(const std::string& path) {
+  return QFile::decodeName(QByteArray::fromStdString(path));
+}
+
 }  // namespace
 
 PromptAnswer DesktopPrompter::Show(std::string_view text, std::string_view caption, PromptButtons buttons,
@@ -53,27 +69,26 @@ PromptAnswer DesktopPrompter::Show(std::string_view text, std::string_view capti
   switch (box.exec()) {
     case QMessageBox::Yes:
       return PromptAnswer::YES;
-    case QMessageBox::No:
-      return PromptAnswer::NO;
-    case QMessageBox::Cancel:
-      return PromptAnswer::CANCEL;
-    default:
+    case QMessageBox::Ok:
       return PromptAnswer::OK;
+    default:
+      return Unanswered(buttons);
   }
 }
 
-std::optional<std::string> DesktopPrompter::ChooseFolder(std::string_view title) {
+std::optional<std::string> DesktopPrompter::ChooseFolder(std::string_view title, const std::string& start) {
   QFileDialog chooser(Owner(), ToQString(title));
   chooser.setFileMode(QFileDialog::Directory);
   chooser.setOption(QFileDialog::ShowDirsOnly);
+  const QString folder = ToFileName(start);
+  if (QFileInfo(folder).isDir()) chooser.setDirectory(folder);
   if (chooser.exec() != QDialog::Accepted) return std::nullopt;
   const QStringList chosen = chooser.selectedFiles();
   return chosen.isEmpty() ? std::string() : QFile::encodeName(chosen.first()).toStdString();
 }
 
 void DesktopPrompter::OpenExternally(const std::string& target) {
-  const QString name = QFile::decodeName(QByteArray::fromStdString(target));
-  QDesktopServices::openUrl(QUrl::fromUserInput(name, QString(), QUrl::AssumeLocalFile));
+  QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(ToFileName(target)).absoluteFilePath()));
 }
 
 }  // namespace velnor
