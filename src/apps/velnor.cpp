@@ -41,14 +41,21 @@ class ConsoleFront : public AppFront {
 int RunConsole(int argc, char** argv) {
   platform::HoldStandardDescriptors();
   const int reload = platform::WatchReload();
+  const int stop = platform::WatchStop();
   QApplication application(argc, argv);
   QApplication::setDesktopFileName("velnor");
   QApplication::setQuitOnLastWindowClosed(false);
   // Heard once the window is there, so the configuration has been opened by then.
   QSocketNotifier reload_bell(reload, QSocketNotifier::Read);
   QObject::connect(&reload_bell, &QSocketNotifier::activated, [reload] {
-    platform::TakeReload(reload);
+    platform::TakeSignal(reload);
     ReloadConfig();
+  });
+  // As a confirmed Exit, also while a dialog is open.
+  QSocketNotifier stop_bell(stop, QSocketNotifier::Read);
+  QObject::connect(&stop_bell, &QSocketNotifier::activated, [stop] {
+    platform::TakeSignal(stop);
+    QApplication::exit(0);
   });
   // The bell stands behind the application object, which ends every thread that rings it.
   LogBell bell;

@@ -20,14 +20,36 @@ sigset_t HeldSignals() {
   return held;
 }
 
-// Where the handler tells of the signal. Nothing that allocates or locks may run there.
+// Where the handlers tell of a signal. Nothing that allocates or locks may run there.
 volatile int g_reload_event = -1;
+volatile int g_stop_event = -1;
 
-void TellReload(int) {
+void Tell(int event) {
   const int error = errno;
   const std::uint64_t one = 1;
-  [[maybe_unused]] const ssize_t count = ::write(g_reload_event, &one, sizeof one);
+  [[maybe_unused]] const ssize_t count = ::write(event, &one, sizeof one);
   errno = error;
+}
+
+void TellReload(int) {
+  Tell(g_reload_event);
+}
+
+void TellStop(int) {
+  Tell(g_stop_event);
+}
+
+int MakeEvent() {
+  return ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+}
+
+// Whether the handler is in the signal's place now.
+bool Handle(int number, void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = SA_RESTART;
+  ::sigemptyset(&action.sa_mask);
+  return ::sigaction(number, &action, nullptr) == 0;
 }
 
 }  // namespace
@@ -49,16 +71,18 @@ Signal WaitForSignal(int milliseconds) {
 }
 
 int WatchReload() {
-  g_reload_event = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  g_reload_event = MakeEvent();
   if (g_reload_event < 0) return -1;
-  struct sigaction action {};
-  action.sa_handler = TellReload;
-  action.sa_flags = SA_RESTART;
-  ::sigemptyset(&action.sa_mask);
-  return ::sigaction(SIGHUP, &action, nullptr) == 0 ? g_reload_event : -1;
+  return Handle(SIGHUP, TellReload) ? g_reload_event : -1;
 }
 
-void TakeReload(int descriptor) {
+int WatchStop() {
+  g_stop_event = MakeEvent();
+  if (g_stop_event < 0) return -1;
+  return Handle(SIGTERM, TellStop) && Handle(SIGINT, TellStop) ? g_stop_event : -1;
+}
+
+void TakeSignal(int descriptor) {
   std::uint64_t count = 0;
   [[maybe_unused]] const ssize_t size = ::read(descriptor, &count, sizeof count);
 }

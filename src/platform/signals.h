@@ -13,10 +13,11 @@ void HoldSignals();
 // over. One thread.
 Signal WaitForSignal(int milliseconds);
 
-// For a program whose main thread waits for something else: from now on the signal to reload (SIGHUP) makes a
-// descriptor readable, which is the result; -1 if there is none to be had. TakeReload makes it wait for the
-// next one. Other programs that this one starts are not touched by it.
+// For a program whose main thread waits for something else: from now on the signal to reload (SIGHUP), or
+// those to stop (SIGTERM, SIGINT), make a descriptor readable, which is the result; -1 if there is none to be
+// had. TakeSignal makes it wait for the next one. Other programs that this one starts are not touched by it.
 int WatchReload();
-void TakeReload(int descriptor);
+int WatchStop();
+void TakeSignal(int descriptor);
 
 }  // namespace platform

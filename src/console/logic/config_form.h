@@ -37,7 +37,8 @@ class ConfigForm {
   void Browse();
 
   // Checks all fields and stores them. At the first that is refused the message is shown and nothing is
-  // stored.
+  // stored. A field that the user has left alone holds the setting as it is now, which a reload may have
+  // changed.
   void Apply();
 
   std::string& Value(std::string_view key) { return values_.find(key)->second; }
@@ -46,8 +47,17 @@ class ConfigForm {
   const char* FailedKey = "";  // the field that the last Apply refused, or empty
 
  private:
+  using Values = std::map<std::string, std::string, std::less<>>;
+
+  // The settings as the fields show them.
+  static Values ReadSettings();
+
+  // Brings the fields that the user has left alone up to date.
+  void Refresh();
+
   Prompter& prompter_;
-  std::map<std::string, std::string, std::less<>> values_;
+  Values read_;  // the settings that the fields were filled from
+  Values values_;
 };
 
 }  // namespace velnor

@@ -29,6 +29,12 @@ void MailListLogic::Refuse(const std::string& message, MailListField field) {
   Refused = field;
 }
 
+void MailListLogic::BeginCommand() {
+  Refused = MailListField::NONE;
+  ListAddr = decltype(MailList::Name)(ListAddr).View();
+  EmailAddr = decltype(MailListMember::Address)(EmailAddr).View();
+}
+
 void MailListLogic::SelectList(std::size_t row) {
   SelectedList = row;
   ListAddr = Lists.at(row);
@@ -48,19 +54,18 @@ void MailListLogic::ClickMember(std::size_t row) {
 }
 
 void MailListLogic::AddList() {
-  Refused = MailListField::NONE;
+  BeginCommand();
   if (FindRow(Lists, ListAddr)) return Refuse("There is the same maillist", MailListField::LIST_ADDR);
   if (const FieldFault fault = CheckLineEntry("List Addr", ListAddr, NO_ENTRY_START)) {
     return Refuse(*fault, MailListField::LIST_ADDR);
   }
   if (g_SystemConfig.AddMailList(ListAddr) == 0) return Refuse("Operation failed", MailListField::LIST_ADDR);
-  // The name as it is kept: a record cuts it.
-  Lists.emplace_back(g_SystemConfig.MailLists.Get()->back().Name.View());
+  Lists.push_back(ListAddr);
   ListAddr.clear();
 }
 
 void MailListLogic::DeleteList() {
-  Refused = MailListField::NONE;
+  BeginCommand();
   const std::optional<std::size_t> row = FindRow(Lists, ListAddr);
   if (ListAddr.empty() || !row) return Refuse("No the record", MailListField::LIST_ADDR);
   if (!Confirm(prompter_, "Are you sure delete the maillist?")) return;
@@ -70,7 +75,7 @@ void MailListLogic::DeleteList() {
 }
 
 void MailListLogic::AddMember() {
-  Refused = MailListField::NONE;
+  BeginCommand();
   if (ListAddr.empty() || EmailAddr.empty()) return;
   if (const FieldFault fault = CheckLineEntry("Email Addr", EmailAddr, NO_ENTRY_START)) {
     return Refuse(*fault, MailListField::EMAIL_ADDR);
@@ -84,7 +89,7 @@ void MailListLogic::AddMember() {
 }
 
 void MailListLogic::RemoveMember() {
-  Refused = MailListField::NONE;
+  BeginCommand();
   if (ListAddr.empty() || EmailAddr.empty()) return;
   if (g_SystemConfig.RemoveListMember(ListAddr, EmailAddr) == 0) {
     return Refuse("There is not the email addr", MailListField::EMAIL_ADDR);

@@ -50,6 +50,8 @@ class MailListLogic {
   MailListField Refused = MailListField::NONE;  // the field whose text the last command refused
 
  private:
+  // Forgets the last refusal and cuts both fields to what a record keeps of them.
+  void BeginCommand();
   void Refuse(const std::string& message, MailListField field);
 
   Prompter& prompter_;

@@ -39,7 +39,7 @@ void MainWindowLogic::StopCommand() {
 
 bool MainWindowLogic::ConfirmExit() {
   return prompter_.Show("Do you want to exit the VelnorServer?", CAPTION_PROMPT, PromptButtons::OK_CANCEL,
-                        PromptIcon::QUESTION) == PromptAnswer::OK;
+                        PromptIcon::NONE) == PromptAnswer::OK;
 }
 
 std::string MainWindowLogic::Tick() {

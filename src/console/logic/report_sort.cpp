@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 
 #include "core/text.h"
 
@@ -32,14 +33,19 @@ std::optional<std::uint32_t> ReadHexadecimal(std::string_view text) {
   return minus ? 0U - number : number;
 }
 
-// A number beyond the range of the type, like a word for one ("nan"), is text.
+// A number beyond the range of the type counts as endless, or as zero where its exponent is negative. A word
+// for a number ("nan") is text.
 std::optional<double> ReadDecimal(std::string_view text) {
   if (text.ends_with('%')) text.remove_suffix(1);
   const bool minus = TakeSign(text);
   if (text.empty() || (!IsDigit(text.front()) && text.front() != '.')) return std::nullopt;
   double number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  if (error == std::errc::invalid_argument || end != text.data() + text.size()) return std::nullopt;
+  if (error == std::errc::result_out_of_range) {
+    const bool tiny = LowerCase(text).find("e-") != std::string::npos;
+    number = tiny ? 0 : std::numeric_limits<double>::infinity();
+  }
   return minus ? -number : number;
 }
 

@@ -1,5 +1,6 @@
 #include "console/logic/service_control.h"
 
+#include "console/logic/dialog_prompts.h"
 #include "core/paths.h"
 
 namespace velnor {
@@ -11,7 +12,7 @@ constexpr int SETTLE_MS = 1000;  // what the service program takes to do its wor
 
 void ServiceControl::InstallService() {
   if (AskExistence() == Existence::EXISTS) {
-    Inform("VelnorService already exists!");
+    ShowInformation(prompter_, "VelnorService already exists!");
     return;
   }
   RunServiceProgram(SWITCH_INSTALL);
@@ -23,24 +24,21 @@ void ServiceControl::InstallService() {
     }
     manager_.CloseManager();
   }
-  Inform("Install service sucessfully!");
+  ShowInformation(prompter_, "Install service sucessfully!");
 }
 
 void ServiceControl::UninstallService() {
   if (AskExistence() == Existence::MISSING) {
-    Inform("VelnorService not exists!");
+    ShowInformation(prompter_, "VelnorService not exists!");
     return;
   }
   manager_.Wait(SETTLE_MS);
   RunServiceProgram(SWITCH_UNINSTALL);
-  Inform("Uninstall service sucessfully");
+  ShowInformation(prompter_, "Uninstall service sucessfully");
 }
 
 void ServiceControl::StopService() {
-  const PromptAnswer answer =
-      prompter_.Show("Are you sure Stopping the service? the application will exit!", CAPTION_INFORMATION,
-                     PromptButtons::YES_NO, PromptIcon::QUESTION);
-  if (answer != PromptAnswer::YES) return;
+  if (!Confirm(prompter_, "Are you sure Stopping the service? the application will exit!")) return;
   if (!manager_.OpenManager()) return;
   if (manager_.OpenService(SERVICE_NAME)) {
     manager_.RequestStop();
@@ -59,10 +57,6 @@ ServiceControl::Existence ServiceControl::AskExistence() {
 
 void ServiceControl::RunServiceProgram(const char* argument) {
   manager_.RunProgram(JoinPath(AppDirectory(), SERVICE_NAME), argument);
-}
-
-void ServiceControl::Inform(const char* text) {
-  prompter_.Show(text, CAPTION_INFORMATION, PromptButtons::OK, PromptIcon::INFORMATION);
 }
 
 }  // namespace velnor

@@ -68,7 +68,6 @@ class ServiceControl {
 
   Existence AskExistence();
   void RunServiceProgram(const char* argument);
-  void Inform(const char* text);
 
   ServiceManager& manager_;
   Prompter& prompter_;

@@ -26,15 +26,18 @@ class Strip : public QWidget {
     painter.drawPixmap(rect(), AboutStrip((QSizeF(size()) * devicePixelRatioF()).toSize()));
     const int side = height() * 3 / 4;
     const QRect sign(height() / 4, (height() - side) / 2, side, side);
-    ServerIcon(true).paint(&painter, sign);
+    sign_.paint(&painter, sign);
     QFont name = font();
-    name.setPointSizeF(name.pointSizeF() * 2);
+    name.setPixelSize(fontInfo().pixelSize() * 2);
     name.setBold(true);
     painter.setFont(name);
     painter.setPen(Qt::white);
     painter.drawText(rect().adjusted(sign.right() + height() / 4, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter,
                      "Velnor");
   }
+
+ private:
+  const QIcon sign_ = ServerIcon(true);
 };
 
 }  // namespace

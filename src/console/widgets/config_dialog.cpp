@@ -5,12 +5,14 @@
 #include <QStackedWidget>
 
 #include "console/widgets/general_page.h"
+#include "console/widgets/icons.h"
 #include "console/widgets/list_pages.h"
 
 namespace velnor {
 
 CConfigDialog::CConfigDialog(Prompter& prompter, QWidget* parent) : QDialog(parent) {
   setWindowTitle("Configuration");
+  setWindowIcon(ActionIcon(Action::CONFIGURATION));
   auto* const list = new QListWidget(this);
   list->setAccessibleName("Pages");
   list->addItems({"General", "Domains", "Rules"});

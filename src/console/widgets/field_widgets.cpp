@@ -1,11 +1,25 @@
 #include "console/widgets/field_widgets.h"
 
 #include <algorithm>
+#include <QMouseEvent>
 #include <QSignalBlocker>
 
 #include "console/widgets/text_conversion.h"
 
 namespace velnor {
+namespace {
+
+class LeftDoubleClickFilter : public QObject {
+ public:
+  using QObject::QObject;
+
+  bool eventFilter(QObject*, QEvent* event) override {
+    return event->type() == QEvent::MouseButtonDblClick &&
+           static_cast<QMouseEvent*>(event)->button() != Qt::LeftButton;
+  }
+};
+
+}  // namespace
 
 QString WithMnemonic(std::string_view caption, char letter) {
   QString marked = ToQString(caption);
@@ -73,6 +87,10 @@ std::optional<std::size_t> SelectedRow(const QListWidget& list) {
   const QModelIndexList selected = list.selectionModel()->selectedIndexes();
   if (selected.isEmpty()) return std::nullopt;
   return static_cast<std::size_t>(selected.front().row());
+}
+
+void HearLeftDoubleClicksOnly(QAbstractItemView& list) {
+  list.viewport()->installEventFilter(new LeftDoubleClickFilter(&list));
 }
 
 void FieldSet::Focus(std::string_view key) const {

@@ -45,6 +45,9 @@ void ShowRows(QListWidget& list, const std::vector<std::string>& rows, std::opti
 // The selected row of a list, or none.
 std::optional<std::size_t> SelectedRow(const QListWidget& list);
 
+// Keeps the other mouse buttons' double clicks, which a list takes for the left one's, away from it.
+void HearLeftDoubleClicksOnly(QAbstractItemView& list);
+
 // The fields of a form, each under the key by which the form holds its value.
 class FieldSet {
  public:

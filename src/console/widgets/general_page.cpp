@@ -57,9 +57,7 @@ CGeneralPage::CGeneralPage(Prompter& prompter, QWidget* parent) : QWidget(parent
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(group);
 
-  fields_.Show(form_);
-  anti_spam_->setChecked(form_.AntiSpam);
-  level_->setEnabled(form_.AntiSpam);
+  ShowAll();
   connect(anti_spam_, &QCheckBox::clicked, this, &CGeneralPage::ClickAntiSpam);
 }
 
@@ -118,11 +116,16 @@ QLayout* CGeneralPage::MakePathRow() {
   return row;
 }
 
+void CGeneralPage::ShowAll() {
+  fields_.Show(form_);
+  anti_spam_->setChecked(form_.AntiSpam);
+  level_->setEnabled(form_.AntiSpam);
+}
+
 void CGeneralPage::ClickAntiSpam(bool ticked) {
   fields_.Read(form_);
   form_.ClickAntiSpam(ticked);
-  fields_.Show(form_);
-  level_->setEnabled(form_.AntiSpam);
+  ShowAll();
 }
 
 void CGeneralPage::Browse() {
@@ -134,6 +137,7 @@ void CGeneralPage::Browse() {
 void CGeneralPage::Apply() {
   fields_.Read(form_);
   form_.Apply();
+  ShowAll();
   fields_.Focus(form_.FailedKey);
 }
 

@@ -25,6 +25,7 @@ class CGeneralPage : public QWidget {
   QLayout* MakePortRow();
   QLayout* MakePathRow();
 
+  void ShowAll();
   void ClickAntiSpam(bool ticked);
   void Browse();
   void Apply();

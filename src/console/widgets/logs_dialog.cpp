@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "console/logic/log_viewer.h"
+#include "console/widgets/field_widgets.h"
 #include "console/widgets/text_conversion.h"
 
 namespace velnor {
@@ -25,6 +26,7 @@ CLogsDialog::CLogsDialog(Prompter& prompter, QWidget* parent)
   }
   files_->setAccessibleName("Log files");
   files_->setUniformItemSizes(true);
+  HearLeftDoubleClicksOnly(*files_);
   connect(files_, &QListWidget::itemDoubleClicked, this, &CLogsDialog::OpenSelected);
   for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
     auto* const shortcut = new QShortcut(key, files_, this, &CLogsDialog::OpenSelected);

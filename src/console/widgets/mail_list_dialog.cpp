@@ -165,6 +165,7 @@ void CMailListDialog::ShowAll() {
 void CMailListDialog::ShowMembers() {
   const QSignalBlocker quiet(members_);
   const int count = static_cast<int>(logic_.Members.size());
+  const bool grown = members_->topLevelItemCount() > 0 && members_->topLevelItemCount() < count;
   const bool shrinks = members_->topLevelItemCount() > count;
   while (members_->topLevelItemCount() > count) delete members_->takeTopLevelItem(count);
   if (shrinks) members_->clearSelection();  // a row that goes hands its selection to a neighbour
@@ -177,6 +178,7 @@ void CMailListDialog::ShowMembers() {
     members_->topLevelItem(row)->setText(0, ToQString(member.Address));
     members_->topLevelItem(row)->setText(1, member.PriorityText());
   }
+  if (grown) members_->scrollToBottom();
 }
 
 }  // namespace velnor

@@ -26,7 +26,7 @@ namespace velnor {
 namespace {
 
 constexpr int DRAIN_MS = 20;  // lines that come within this time are shown together
-constexpr int COLUMNS = 124;  // the window's first size, in characters of the log
+constexpr int COLUMNS = 124;  // the log's first size, in characters
 constexpr int ROWS = 28;
 
 }  // namespace
@@ -65,7 +65,10 @@ CMainDialog::CMainDialog(CServerApp& app, Prompter& prompter, ServiceManager& ma
   tick_.start(TICK_MS);
 }
 
-CMainDialog::~CMainDialog() = default;
+// The view goes before the lines that it shows.
+CMainDialog::~CMainDialog() {
+  delete list_;
+}
 
 QAction* CMainDialog::MakeCommand(const CommandEntry& entry) {
   auto* const action = new QAction(entry.Caption, this);
@@ -117,13 +120,17 @@ void CMainDialog::MakeLogActions() {
 void CMainDialog::MakeTray() {
   connect(tray_, &TrayIcon::RestoreWanted, this, &CMainDialog::RestoreFromTray);
   connect(tray_, &TrayIcon::Chosen, this, &CMainDialog::RunCommand);
-  connect(tray_, &TrayIcon::MenuOpens, this, &CMainDialog::OfferTrayCommands);
+  connect(tray_, &TrayIcon::MenuOpens, this, [this] {
+    if (isVisible()) raise();
+    OfferTrayCommands();
+  });
 }
 
 void CMainDialog::PlaceWindow() {
   const QFontMetrics metrics = list_->fontMetrics();
   const QRect room = screen()->availableGeometry();
-  const QSize wanted(metrics.horizontalAdvance('0') * COLUMNS, metrics.lineSpacing() * ROWS);
+  const int bars = sizeHint().height() - list_->sizeHint().height();
+  const QSize wanted(metrics.horizontalAdvance('0') * COLUMNS, metrics.lineSpacing() * ROWS + bars);
   resize(wanted.boundedTo(room.size() * 9 / 10));
   move(room.center() - rect().center());
 }
@@ -137,8 +144,11 @@ QAction* CMainDialog::FindCommand(int id) const {
 
 void CMainDialog::RunModal() {
   show();
-  logic_.Initialise();
-  ShowState();
+  // In the event loop, so that what ends the program ends a message of the start-up with it.
+  QTimer::singleShot(0, this, [this] {
+    logic_.Initialise();
+    ShowState();
+  });
   QApplication::exec();
 }
 
@@ -212,11 +222,11 @@ void CMainDialog::ShowState() {
   const QIcon& icon = logic_.ShowsRunningIcon() ? running_icon_ : stopped_icon_;
   setWindowIcon(icon);
   tray_->ShowIcon(icon);
+  OfferTrayCommands();  // a tray may show the menu without asking for it anew
   FollowLog();
 }
 
 void CMainDialog::OfferTrayCommands() {
-  if (isVisible()) raise();
   tray_->Offer(logic_.OffersStart(), logic_.OffersStop(), QApplication::activeModalWidget() == nullptr);
 }
 

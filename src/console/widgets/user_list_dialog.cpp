@@ -33,6 +33,7 @@ CUserListDialog::CUserListDialog(Prompter& prompter, QWidget* parent)
   for (const Column& column : COLUMNS) {
     list_->InsertColumn(static_cast<int>(&column - COLUMNS), column.Heading, Qt::AlignCenter, 0);
   }
+  HearLeftDoubleClicksOnly(*list_);
   connect(list_, &CReportList::doubleClicked, this, [this](const QModelIndex& index) {
     Edit(logic_.Detail(static_cast<std::size_t>(list_->RowData(index.row()))));
   });

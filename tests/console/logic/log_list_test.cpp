@@ -11,22 +11,6 @@
 namespace velnor {
 namespace {
 
-TEST(LogList, APauseLosesLinesForGoodAndOutlivesAnEmptying) {
-  LogList list;
-  list.AddLogLine(LOG_SYS, "before");
-  list.SetPaused(true);
-  list.AddLogLine(LOG_SYS, "while paused, and longer than the others");
-  EXPECT_EQ(list.Count(), 1U);
-  EXPECT_EQ(list.LongestLine(), 6U);
-  list.Clear();
-  EXPECT_EQ(list.Count(), 0U);
-  EXPECT_TRUE(list.IsPaused());
-  list.SetPaused(false);
-  list.AddLogLine(LOG_SYS, "after");
-  ASSERT_EQ(list.Count(), 1U);
-  EXPECT_EQ(list.Line(0).Text, "after");
-}
-
 TEST(LogList, ATickEmptiesAFullListAndNoOther) {
   LogList list;
   while (list.Count() < LogList::LIMIT - 1) list.AddLogLine(LOG_SYS, "x");

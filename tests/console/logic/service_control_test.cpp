@@ -10,9 +10,6 @@
 namespace velnor {
 namespace {
 
-using test::ScriptedPrompter;
-using Steps = std::vector<std::string>;
-
 enum class State { PRESENT, MISSING, BROKEN, UNREACHABLE };
 
 // A manager that may be unreachable, and a service that running its program with "/Service" brings into being
@@ -27,7 +24,8 @@ class ScriptedManager : public ServiceManager {
   }
   void CloseManager() override { Note("close manager"); }
   bool OpenService(const std::string& name) override {
-    return Note((exists_ ? "open " : "no ") + name, exists_);
+    EXPECT_EQ(name, "VelnorService");
+    return Note(exists_ ? "open service" : "no service", exists_);
   }
   void CloseService() override { Note("close service"); }
   void RequestStart() override { Note("start"); }
@@ -39,11 +37,11 @@ class ScriptedManager : public ServiceManager {
   }
   void Wait(int milliseconds) override { Note("wait " + std::to_string(milliseconds)); }
 
-  Steps Taken;
+  std::string Steps;
 
  private:
   bool Note(const std::string& step, bool result = true) {
-    Taken.push_back(step);
+    Steps += step + ", ";
     return result;
   }
 
@@ -52,49 +50,49 @@ class ScriptedManager : public ServiceManager {
 };
 
 using Command = void (ServiceControl::*)();
+constexpr Command INSTALL = &ServiceControl::InstallService;
+constexpr Command UNINSTALL = &ServiceControl::UninstallService;
+constexpr Command STOP = &ServiceControl::StopService;
 
-// The steps of a command, which shows one box with this text.
-Steps TakenBy(Command command, State state, const char* message, PromptAnswer answer = PromptAnswer::NO) {
-  ScriptedManager manager(state);
-  ScriptedPrompter prompter;
-  prompter.Answer = answer;
-  ServiceControl control(manager, prompter);
-  (control.*command)();
-  EXPECT_EQ(prompter.Shown.size(), 1U);
-  EXPECT_EQ(prompter.Shown.front().Text, message);
-  return manager.Taken;
-}
-
-TEST(ServiceControl, InstallsWhatIsMissingAndStartsIt) {
-  const Steps asked = {"open manager", "no VelnorService", "close manager",
-                       "run /Service", "wait 1000",        "open manager"};
-  Steps installed = asked;
-  installed.insert(installed.end(), {"open VelnorService", "start", "close service", "close manager"});
-  Steps failed = asked;
-  failed.insert(failed.end(), {"no VelnorService", "close manager"});
-  const Command install = &ServiceControl::InstallService;
-  EXPECT_EQ(TakenBy(install, State::MISSING, "Install service sucessfully!"), installed);
-  EXPECT_EQ(TakenBy(install, State::BROKEN, "Install service sucessfully!"), failed);
-  EXPECT_EQ(TakenBy(install, State::PRESENT, "VelnorService already exists!"),
-            (Steps{"open manager", "open VelnorService", "close service", "close manager"}));
-}
-
-TEST(ServiceControl, UninstallsWhatIsThere) {
-  const Command uninstall = &ServiceControl::UninstallService;
-  EXPECT_EQ(TakenBy(uninstall, State::PRESENT, "Uninstall service sucessfully"),
-            (Steps{"open manager", "open VelnorService", "close service", "close manager", "wait 1000",
-                   "run /UnregServer"}));
-  EXPECT_EQ(TakenBy(uninstall, State::MISSING, "VelnorService not exists!"),
-            (Steps{"open manager", "no VelnorService", "close manager"}));
-}
-
-TEST(ServiceControl, StopsAfterAYesAlone) {
+TEST(ServiceControl, StepsAndMessageOfEachCommand) {
   const char* const question = "Are you sure Stopping the service? the application will exit!";
-  const Command stop = &ServiceControl::StopService;
-  EXPECT_EQ(TakenBy(stop, State::PRESENT, question), Steps());
-  EXPECT_EQ(TakenBy(stop, State::PRESENT, question, PromptAnswer::YES),
-            (Steps{"open manager", "open VelnorService", "stop", "close service", "close manager"}));
-  EXPECT_EQ(TakenBy(stop, State::UNREACHABLE, question, PromptAnswer::YES), Steps{"no manager"});
+  const struct {
+    Command Run;
+    State Before;
+    PromptAnswer Answer;
+    const char* Message;
+    const char* Steps;
+  } cases[] = {
+      {INSTALL, State::MISSING, PromptAnswer::OK, "Install service sucessfully!",
+       "open manager, no service, close manager, run /Service, wait 1000, "
+       "open manager, open service, start, close service, close manager, "},
+      {INSTALL, State::BROKEN, PromptAnswer::OK, "Install service sucessfully!",
+       "open manager, no service, close manager, run /Service, wait 1000, "
+       "open manager, no service, close manager, "},
+      {INSTALL, State::PRESENT, PromptAnswer::OK, "VelnorService already exists!",
+       "open manager, open service, close service, close manager, "},
+      {UNINSTALL, State::PRESENT, PromptAnswer::OK, "Uninstall service sucessfully",
+       "open manager, open service, close service, close manager, wait 1000, run /UnregServer, "},
+      {UNINSTALL, State::MISSING, PromptAnswer::OK, "VelnorService not exists!",
+       "open manager, no service, close manager, "},
+      {UNINSTALL, State::UNREACHABLE, PromptAnswer::OK, "Uninstall service sucessfully",
+       "no manager, wait 1000, run /UnregServer, "},
+      {STOP, State::PRESENT, PromptAnswer::NO, question, ""},
+      {STOP, State::PRESENT, PromptAnswer::YES, question,
+       "open manager, open service, stop, close service, close manager, "},
+      {STOP, State::UNREACHABLE, PromptAnswer::YES, question, "no manager, "},
+  };
+  for (const auto& c : cases) {
+    ScriptedManager manager(c.Before);
+    test::ScriptedPrompter prompter;
+    prompter.Answer = c.Answer;
+    ServiceControl control(manager, prompter);
+    (control.*c.Run)();
+    EXPECT_EQ(manager.Steps, c.Steps) << c.Message;
+    const PromptButtons buttons = c.Run == STOP ? PromptButtons::YES_NO : PromptButtons::OK;
+    EXPECT_EQ(prompter.Shown,
+              (std::vector<test::ShownPrompt>{{c.Message, CAPTION_INFORMATION, buttons, PromptIcon::NONE}}));
+  }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The log viewer: a double click opens the selected file.
+// The log viewer: it lists files alone, and a double click of the left button opens one.
 
 #include "console/widgets/logs_dialog.h"
 
@@ -15,36 +15,33 @@
 namespace velnor {
 namespace {
 
-class LogsDialogTest : public testing::Test {
- protected:
-  // Opens the dialog and double clicks at the first row's place.
-  void DoubleClickFirstRow() {
-    CLogsDialog dialog(prompter_);
-    dialog.show();
-    auto* const files = dialog.findChild<QListWidget*>();
-    rows_ = files->count();
-    const QPointF place(10, files->fontMetrics().height() / 2.0);
-    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease,
-                                    QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease}) {
-      QMouseEvent event(type, place, files->viewport()->mapToGlobal(place), Qt::LeftButton, Qt::LeftButton,
-                        Qt::NoModifier);
-      QApplication::sendEvent(files->viewport(), &event);
-    }
-    EXPECT_TRUE(dialog.isVisible());
+// Double clicks at the first row's place.
+void DoubleClickFirstRow(QListWidget& files, Qt::MouseButton button) {
+  const QPointF place(10, files.fontMetrics().height() / 2.0);
+  for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease,
+                                  QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease}) {
+    QMouseEvent event(type, place, files.viewport()->mapToGlobal(place), button, button, Qt::NoModifier);
+    QApplication::sendEvent(files.viewport(), &event);
   }
+}
 
-  test::TestWorld world_;
-  test::ScriptedPrompter prompter_;
-  int rows_ = 0;
-};
-
-TEST_F(LogsDialogTest, OpensTheFileThatIsDoubleClicked) {
+TEST(LogsDialog, ListsFilesInOrderAndOpensTheOneThatIsDoubleClicked) {
+  const test::TestWorld world;
+  test::ScriptedPrompter prompter;
   const std::filesystem::path logs = g_SystemConfig.LogPath.Get();
-  test::WriteFile(logs / "2025_06_01.txt", "");
-  test::WriteFile(logs / "2025_05_31 \xff.txt", "");
-  DoubleClickFirstRow();
-  EXPECT_EQ(rows_, 2);
-  EXPECT_EQ(prompter_.Opened, std::vector{(logs / "2025_05_31 \xff.txt").string()});
+  std::filesystem::create_directory(logs / "archive");
+  for (const char* name : {"2025_06_01.txt", "2025_05_31 \xff.txt", "a stray file"}) {
+    test::WriteFile(logs / name, "");
+  }
+  CLogsDialog dialog(prompter, nullptr);
+  dialog.show();
+  auto& files = *dialog.findChild<QListWidget*>();
+  EXPECT_EQ(files.count(), 3);
+  for (const Qt::MouseButton other : {Qt::RightButton, Qt::MiddleButton}) DoubleClickFirstRow(files, other);
+  EXPECT_TRUE(prompter.Opened.empty());
+  DoubleClickFirstRow(files, Qt::LeftButton);
+  EXPECT_EQ(prompter.Opened, std::vector{(logs / "2025_05_31 \xff.txt").string()});
+  EXPECT_TRUE(dialog.isVisible());
 }
 
 }  // namespace

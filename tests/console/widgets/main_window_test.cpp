@@ -7,13 +7,11 @@
 #include <memory>
 #include <QAbstractItemView>
 #include <QApplication>
-#include <QKeyEvent>
-#include <QLabel>
 #include <QScrollBar>
-#include <QStatusBar>
-#include <set>
 #include <thread>
 
+#include "console/widgets/desktop_prompter.h"
+#include "console/widgets/window_driver.h"
 #include "core/log_service.h"
 #include "core/system_config.h"
 #include "support/scripted_prompter.h"
@@ -29,39 +27,29 @@ class MainWindowTest : public testing::Test {
  protected:
   MainWindowTest() {
     app_.LogLines.SetNotifier([this] { bell_.Ring(); });
-    Open();
+    Open(prompter_);
   }
 
-  void Open() {
-    window_ = std::make_unique<CMainDialog>(app_, prompter_, manager_, bell_);
+  void Open(Prompter& prompter) {
+    window_ = std::make_unique<CMainDialog>(app_, prompter, manager_, bell_);
     window_->show();
   }
 
   QAbstractItemView& List() { return *window_->findChild<QAbstractItemView*>(); }
-  int LineCount() { return List().model()->rowCount(); }
 
   // Lets the window work until its list has so many lines.
   bool WaitForLines(int count) {
     return test::WaitUntil([this, count] {
       QApplication::processEvents();
-      return LineCount() == count;
+      return List().model()->rowCount() == count;
     });
   }
 
-  // The numbers of those commands among Start and Stop that can be chosen.
-  std::set<int> Offered() {
-    std::set<int> offered;
-    for (const int id : {ID_FILE_START, ID_FILE_STOP, ID_TOOLBAR_START, ID_TOOLBAR_STOP}) {
-      if (window_->FindCommand(id)->isEnabled()) offered.insert(id);
-    }
-    return offered;
-  }
-
-  void Press(Qt::Key key) {
-    for (QWidget* const target : {static_cast<QWidget*>(window_.get()), static_cast<QWidget*>(&List())}) {
-      QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
-      QApplication::sendEvent(target, &press);
-    }
+  // Whether menu and toolbar offer the one of the two commands, and the other not.
+  bool OffersOnly(bool start) {
+    const auto offers = [this](int id) { return window_->FindCommand(id)->isEnabled(); };
+    return offers(ID_FILE_START) == start && offers(ID_TOOLBAR_START) == start &&
+           offers(ID_FILE_STOP) != start && offers(ID_TOOLBAR_STOP) != start;
   }
 
   test::TestWorld world_;
@@ -72,18 +60,15 @@ class MainWindowTest : public testing::Test {
   std::unique_ptr<CMainDialog> window_;
 };
 
-const std::set<int> START = {ID_FILE_START, ID_TOOLBAR_START};
-const std::set<int> STOP = {ID_FILE_STOP, ID_TOOLBAR_STOP};
-
 TEST_F(MainWindowTest, StartAndStopFollowTheCommandsFromWhereverTheyCome) {
-  EXPECT_EQ(Offered(), START);
+  EXPECT_TRUE(OffersOnly(true));
   window_->FindCommand(ID_TOOLBAR_START)->trigger();
-  EXPECT_EQ(Offered(), STOP);
+  EXPECT_TRUE(OffersOnly(false));
   window_->FindCommand(ID_FILE_STOP)->trigger();
-  EXPECT_EQ(Offered(), START);
+  EXPECT_TRUE(OffersOnly(true));
   g_SystemConfig.MailPath.Set((world_.Root() / "gone").string());
   window_->FindCommand(ID_FILE_START)->trigger();
-  EXPECT_EQ(Offered(), START);
+  EXPECT_TRUE(OffersOnly(true));
   EXPECT_EQ(prompter_.Shown.size(), 1U);
 }
 
@@ -98,17 +83,16 @@ TEST_F(MainWindowTest, LinesOfManyThreadsReachTheListWhichFollowsThem) {
   ASSERT_TRUE(WaitForLines(8000));
   QScrollBar& bar = *List().verticalScrollBar();
   EXPECT_EQ(bar.value(), bar.maximum());
+  EXPECT_GT(bar.maximum(), 7000);
   bar.setValue(0);
   WriteLog(LOG_POP3, "the last line");
   ASSERT_TRUE(WaitForLines(8001));
   EXPECT_EQ(bar.value(), bar.maximum());
-  EXPECT_GT(bar.maximum(), 7000);
 }
 
 TEST_F(MainWindowTest, TheCloseBoxAndTheKeysLoseNothing) {
   window_->FindCommand(ID_FILE_START)->trigger();
-  Press(Qt::Key_Escape);
-  Press(Qt::Key_Return);
+  for (const int key : {Qt::Key_Escape, Qt::Key_Return}) test::Press(List(), key);
   EXPECT_FALSE(window_->close());
   EXPECT_TRUE(window_->isVisible()) << "without a tray there is no way back from hiding";
   EXPECT_TRUE(window_->isMinimized());
@@ -118,24 +102,43 @@ TEST_F(MainWindowTest, TheCloseBoxAndTheKeysLoseNothing) {
 }
 
 TEST_F(MainWindowTest, ExitEndsTheProgramAfterAnOkAndNotAfterACancel) {
-  QAction* const exit = window_->FindCommand(ID_FILE_EXIT);
-  prompter_.Answer = PromptAnswer::CANCEL;
-  QTimer::singleShot(0, window_.get(), [this, exit] {
-    exit->trigger();
-    QTimer::singleShot(0, window_.get(), [this, exit] {
-      prompter_.Answer = PromptAnswer::OK;
-      exit->trigger();
-    });
+  const auto choose = [this](PromptAnswer answer) {
+    prompter_.Answer = answer;
+    window_->FindCommand(ID_FILE_EXIT)->trigger();
+  };
+  QTimer::singleShot(0, window_.get(), [&] {
+    choose(PromptAnswer::CANCEL);
+    QTimer::singleShot(0, window_.get(), [&] { choose(PromptAnswer::OK); });
   });
   window_->RunModal();
-  EXPECT_EQ(prompter_.Shown.size(), 2U);
+  const test::ShownPrompt question{"Do you want to exit the VelnorServer?", "Prompt",
+                                   PromptButtons::OK_CANCEL, PromptIcon::NONE};
+  EXPECT_EQ(prompter_.Shown, std::vector(2, question));
+}
+
+TEST_F(MainWindowTest, AnEndFromOutsideTakesTheMessageOfTheStartUpWithIt) {
+  g_SystemConfig.AutoStart = 1;
+  g_SystemConfig.MailPath.Set((world_.Root() / "gone").string());
+  DesktopPrompter desktop;
+  Open(desktop);
+  bool shown = false;
+  QTimer watch;
+  QObject::connect(&watch, &QTimer::timeout, [&shown] {
+    if (QApplication::activeModalWidget() == nullptr) return;
+    shown = true;
+    QApplication::exit(0);
+  });
+  watch.start(1);
+  window_->RunModal();
+  EXPECT_TRUE(shown);
+  EXPECT_FALSE(app_.IsServerRunning());
 }
 
 TEST_F(MainWindowTest, LinesLoggedAfterItsEndAreSafe) {
   window_.reset();
   for (int line = 0; line < 100; ++line) WriteLog(LOG_SMTP, "nobody looks");
   QApplication::processEvents();
-  Open();
+  Open(prompter_);
   EXPECT_TRUE(WaitForLines(100));
 }
 
