@@ -1,6 +1,7 @@
 #include "agent/agent.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "agent/delivery_worker.h"
 #include "agent/spool_queue.h"
@@ -12,7 +13,7 @@ namespace {
 
 constexpr int IDLE_PAUSE_MS = 100;
 constexpr int LAST_SLOT_PAUSE_MS = 100;
-constexpr int FULL_PAUSE_MS = 1000;
+constexpr int TURNS_TO_SLOT_SEARCH = 10;  // so once a second, while all slots are taken
 constexpr int STOP_TURN_MS = 10;
 
 std::array<AgentTask, AGENT_SLOTS> AgentTaskTable;
@@ -53,25 +54,42 @@ void DeliverHere(const std::string& spool_path) {
   WriteLog(LOG_AGENT, "[%d]Agent Thread ended...", static_cast<int>(thread_id));
 }
 
-// Brings one claimed file on its way. Without a free slot it waits here, also when the agent is about to
-// stop.
+// One turn of the scheduler while no slot is free: delivers the next local message, or pauses without one.
+void TakeTurnWithoutSlot(const SpoolFilter& is_local) {
+  std::string spool_path;
+  if (AgentRunning != 0 && ClaimNextSpoolFile(spool_path, is_local) == 1) {
+    DeliverHere(spool_path);
+  } else {
+    platform::SleepMilliseconds(IDLE_PAUSE_MS);
+  }
+}
+
+// A free slot, which is looked for once a second, also when the agent is about to stop.
+AgentTask& WaitForSlot() {
+  std::unordered_set<std::string> remote;  // what waits for a slot is opened once, not in each turn
+  const SpoolFilter is_local = [&remote](const std::string& path) {
+    if (remote.contains(path)) return false;
+    const bool local = IsLocalMail(path);
+    if (!local) remote.insert(path);
+    return local;
+  };
+  for (int turn = 1;; ++turn) {
+    TakeTurnWithoutSlot(is_local);
+    if (turn % TURNS_TO_SLOT_SEARCH != 0) continue;
+    if (AgentTask* const task = FindFreeSlot()) return *task;
+  }
+}
+
+// Brings one claimed file on its way. Without a free slot it waits here, unless it is local mail.
 void Dispatch(const std::string& spool_path) {
-  AgentTask* task = FindFreeSlot();
-  if (task == nullptr && IsLocalMail(spool_path)) {
+  AgentTask* const free_slot = FindFreeSlot();
+  if (free_slot == nullptr && IsLocalMail(spool_path)) {
     DeliverHere(spool_path);
     return;
   }
-  while (task == nullptr) {
-    std::string local_path;
-    if (AgentRunning != 0 && ClaimNextSpoolFile(local_path, IsLocalMail) == 1) {
-      DeliverHere(local_path);
-    } else {
-      platform::SleepMilliseconds(FULL_PAUSE_MS);
-    }
-    task = FindFreeSlot();
-  }
-  task->SpoolPath = spool_path;
-  StartWorker(*task);
+  AgentTask& task = free_slot != nullptr ? *free_slot : WaitForSlot();
+  task.SpoolPath = spool_path;
+  StartWorker(task);
 }
 
 void AgentSchedulerLoop() {

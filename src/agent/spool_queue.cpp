@@ -20,7 +20,7 @@ constexpr std::string_view UNFINISHED = "_";
 
 }  // namespace
 
-int ClaimNextSpoolFile(std::string& spool_path, SpoolFilter filter) {
+int ClaimNextSpoolFile(std::string& spool_path, const SpoolFilter& filter) {
   const std::int64_t now = platform::UnixNow();
   const std::string directory = g_SystemConfig.SpoolPath();
   const auto scan = DirOpen(directory);
@@ -28,7 +28,7 @@ int ClaimNextSpoolFile(std::string& spool_path, SpoolFilter filter) {
     const std::string_view name = entry->Name;
     if (!name.starts_with('s') || entry->IsDirectory || now - entry->CreateTime < LEAST_AGE) continue;
     const std::string waiting = JoinPath(directory, std::string(name));
-    if (filter != nullptr && !filter(waiting)) continue;
+    if (filter && !filter(waiting)) continue;
     const std::string claimed = JoinPath(directory, std::string(CLAIM_MARK).append(name));
     // A file that can't be claimed, if only because its name has no room for the mark, goes on waiting and
     // must not keep those behind it from their turn.

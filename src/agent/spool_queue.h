@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -12,11 +13,11 @@
 namespace velnor {
 
 // Whether a waiting file, given by its path, is the one to claim.
-using SpoolFilter = bool (*)(const std::string& path);
+using SpoolFilter = std::function<bool(const std::string& path)>;
 
 // Claims the first file that waits, has reached its age of 10 seconds and passes the filter if there is one,
 // by renaming it. 1 with the claimed file's path, 0 when nothing is eligible. The agent's scheduler alone.
-int ClaimNextSpoolFile(std::string& spool_path, SpoolFilter filter = nullptr);
+int ClaimNextSpoolFile(std::string& spool_path, const SpoolFilter& filter = nullptr);
 
 // Writes a new waiting file for one recipient, with the retry count plus one, from the open spool file, which
 // stands at the first byte of the message text and does so again afterwards. 1, or 0 if the copy could not be

@@ -3,7 +3,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstring>
 #include <regex>
 
@@ -21,50 +20,35 @@ const std::string MESSAGE =
     "a NUL: \0, a CR: \r, an LF: \n, 8 bits: \xe4\xff\r\n"s + std::string(1022, 'x') + "\r\n" +
     std::string(3000, 'y') + "\r\nno line end";
 
-std::string Stored(std::string_view text) {
-  return Replaced(std::string(text), "\n", "\r\n");
+std::string SpoolText(const std::string& recipients, const std::string& sender, int retries,
+                      const std::string& text) {
+  return "Forward-Path: " + recipients + "\r\nReturn-Path: " + sender +
+         "\r\nRetry-Times: " + std::to_string(retries) + "\r\n" + text;
 }
 
-std::vector<std::string> StoredTexts(const std::vector<std::string>& texts) {
-  std::vector<std::string> stored;
-  for (const std::string& text : texts) stored.push_back(Stored(text));
-  std::sort(stored.begin(), stored.end());
-  return stored;
-}
-
-std::string SpoolText(std::string_view recipients, std::string_view sender, int retries,
-                      std::string_view text) {
-  return "Forward-Path: "s.append(recipients)
-             .append("\r\nReturn-Path: ")
-             .append(sender)
-             .append("\r\nRetry-Times: ") +
-         std::to_string(retries) + "\r\n" + std::string(text);
-}
-
-std::string NoticeText(std::string_view sender, std::string_view recipients, std::string_view reason,
-                       std::string_view text) {
-  return "From: Postmaster@"s.append(sender.substr(sender.find('@') + 1)).append("\nTo: ").append(sender) +
+std::string NoticeText(const std::string& sender, const std::string& recipients, const std::string& reason) {
+  return "From: Postmaster@" + sender.substr(sender.find('@') + 1) + "\nTo: " + sender +
          "\nDate: <date>\nSubject: Failed Delivery Notification\n\n"
-         "Mail transport error, Velnor SMTP Agent could not deliver the following message to <"s
-             .append(recipients)
-             .append(">\n\nReason: ")
-             .append(reason)
-             .append("\n\n--======-- Original Message Follows --======--  \n\n")
-             .append(text);
+         "Mail transport error, Velnor SMTP Agent could not deliver the following message to <" +
+         recipients + ">\n\nReason: " + reason + "\n\n--======-- Original Message Follows --======--  \n\n" +
+         MESSAGE;
 }
 
 namespace {
 
+// The bytes that a text has in a file of the mail store.
+std::string Stored(std::string_view text) {
+  return Replaced(std::string(text), "\n", "\r\n");
+}
+
 // The messages in a directory whose names begin with a letter.
-std::vector<std::string> Texts(const fs::path& directory, const char* letter) {
+Texts Messages(const fs::path& directory, const char* letter) {
   static const std::regex date("[A-Z][a-z]{2}, [0-9]{2} [A-Z][a-z]{2} [0-9]{4} [0-9:]{8} [-+][0-9]{4}");
-  const std::regex form(letter + "[0-9]{32,}"s);
-  std::vector<std::string> texts;
+  Texts texts;
   for (const std::string& name : FileNames(directory)) {
-    EXPECT_TRUE(std::regex_match(name, form)) << name;
-    texts.push_back(std::regex_replace(ReadFile(directory / name), date, "<date>"));
+    EXPECT_TRUE(std::regex_match(name, std::regex(letter + "[0-9]{32,}"s))) << name;
+    texts.insert(Replaced(std::regex_replace(ReadFile(directory / name), date, "<date>"), "\r\n", "\n"));
   }
-  std::sort(texts.begin(), texts.end());
   return texts;
 }
 
@@ -76,20 +60,14 @@ rlim_t DescriptorsFor(int more_files) {
   return static_cast<rlim_t>(next + more_files);
 }
 
-TornText::TornText()
-    : page_(static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))),
-      memory_(::mmap(nullptr, 2 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
-  std::memset(memory_, 'x', page_);
-  EXPECT_EQ(::munmap(static_cast<char*>(memory_) + page_, page_), 0);
-}
-
-TornText::~TornText() {
-  ::munmap(memory_, page_);
-}
-
-void TornText::Open(platform::TextReader& stream) const {
-  ASSERT_EQ(stream.Open("/proc/self/mem"), 0);
-  stream.Seek(static_cast<platform::TextReader::Position>(reinterpret_cast<std::uintptr_t>(memory_)));
+std::string OpenTornText(platform::TextReader& stream) {
+  const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  void* const memory = ::mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  std::memset(memory, 'x', page);
+  EXPECT_EQ(::munmap(static_cast<char*>(memory) + page, page), 0);
+  EXPECT_EQ(stream.Open("/proc/self/mem"), 0);
+  stream.Seek(static_cast<platform::TextReader::Position>(reinterpret_cast<std::uintptr_t>(memory)));
+  return std::string(page, 'x');
 }
 
 AgentWorld::AgentWorld() {
@@ -133,23 +111,12 @@ void AgentWorld::DeliverAll() {
   for (int turns = 0; turns < 1000 && ClaimNextSpoolFile(spool_path) == 1; ++turns) RunWorker(spool_path);
 }
 
-std::vector<std::string> AgentWorld::Inbox(std::string_view user) const {
-  return Texts(world_.Inbox(DOMAIN, user), "n");
+Texts AgentWorld::Inbox(std::string_view user) const {
+  return Messages(world_.Inbox(DOMAIN, user), "n");
 }
 
-std::vector<std::string> AgentWorld::Waiting() const {
-  return Texts(world_.Spool(), "s");
-}
-
-std::vector<std::string> AgentWorld::Log() {
-  static const std::regex thread("^\\[[0-9]+\\]");
-  const std::vector<std::string> messages = world_.LogMessages();
-  std::vector<std::string> log;
-  for (; seen_ < messages.size(); ++seen_) {
-    log.push_back(
-        Replaced(std::regex_replace(messages[seen_], thread, ""), world_.Spool().string(), "<spool>"));
-  }
-  return log;
+Texts AgentWorld::Waiting() const {
+  return Messages(world_.Spool(), "s");
 }
 
 }  // namespace velnor::test

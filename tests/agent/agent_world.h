@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/text_stream.h"
 #include "support/resource_limit.h"
@@ -16,46 +16,28 @@
 
 namespace velnor::test {
 
-inline constexpr std::string_view DOMAIN = "example.test";
-inline constexpr std::string_view ALICE = "alice@example.test";
+inline constexpr const char* DOMAIN = "example.test";
+inline constexpr const char* ALICE = "alice@example.test";
 
 // A message text with everything that a careless copy could change.
 extern const std::string MESSAGE;
 
-// The bytes that a text has in a file of the mail store.
-std::string Stored(std::string_view text);
+// Messages in no order.
+using Texts = std::multiset<std::string>;
 
 // A spool file's text: the head, and the message behind it.
-std::string SpoolText(std::string_view recipients, std::string_view sender, int retries,
-                      std::string_view text = MESSAGE);
+std::string SpoolText(const std::string& recipients, const std::string& sender, int retries,
+                      const std::string& text = MESSAGE);
 
-// A notice to a sender, with "<date>" in the place of its date.
-std::string NoticeText(std::string_view sender, std::string_view recipients, std::string_view reason,
-                       std::string_view text = MESSAGE);
-
-// A copy of each text, as it is stored, in order.
-std::vector<std::string> StoredTexts(const std::vector<std::string>& texts);
+// A notice to a sender of the message, with "<date>" in the place of its date.
+std::string NoticeText(const std::string& sender, const std::string& recipients, const std::string& reason);
 
 // The limit on descriptors that leaves so many more files to be opened.
 rlim_t DescriptorsFor(int more_files);
 
-// A text whose reading fails in the middle: this process's own memory as a file, a page of x with a hole
-// behind it.
-class TornText {
- public:
-  TornText();
-  ~TornText();
-  TornText(const TornText&) = delete;
-  TornText& operator=(const TornText&) = delete;
-
-  // Leaves the stream at the text's beginning.
-  void Open(platform::TextReader& stream) const;
-  std::string WhatCanBeRead() const { return std::string(page_, 'x'); }
-
- private:
-  const std::size_t page_;
-  void* const memory_;
-};
+// Opens a text whose reading fails in the middle: this process's own memory as a file, with a hole behind a
+// page of it. What can be read before.
+std::string OpenTornText(platform::TextReader& stream);
 
 class AgentWorld : public testing::Test {
  protected:
@@ -76,19 +58,12 @@ class AgentWorld : public testing::Test {
   // Claims and delivers until nothing is eligible, an hour from now.
   static void DeliverAll();
 
-  // What is stored in an Inbox and waits in the spool, "<date>" in the place of each date, in order. A name
+  // What a text stream reads from an Inbox and from the spool, "<date>" in the place of each date. A name
   // that is no complete message's is a failure.
-  std::vector<std::string> Inbox(std::string_view user) const;
-  std::vector<std::string> Waiting() const;
-
-  // The log since the last call, without the threads' numbers and with "<spool>" in the place of the spool's
-  // path.
-  std::vector<std::string> Log();
+  Texts Inbox(std::string_view user) const;
+  Texts Waiting() const;
 
   TestWorld world_;
-
- private:
-  std::size_t seen_ = 0;  // log lines of earlier calls
 };
 
 }  // namespace velnor::test

@@ -9,12 +9,13 @@ namespace {
 
 using namespace std::string_literals;
 using test::DnsLabels;
+using test::DnsMx;
 using test::DnsPointer;
+using test::DnsRecord;
 using test::DnsReply;
 using test::DnsWord;
 
 const std::string LABEL_63(63, 'a');
-const std::string ADDRESS("\x7f\0\0\1", 4);
 
 // The place of the question's name, and of the name in the first answer, in replies about a.bc.
 constexpr unsigned QUESTION = 12;
@@ -36,7 +37,6 @@ TEST(EncodeDnsName, LengthBeforeEachLabelAndNoneForWhatHasNoWireForm) {
   EXPECT_EQ(EncodeDnsName(LABEL_63 + ".x"), "\x3f" + LABEL_63 + "\1x\0"s);
 
   const std::string longest = LABEL_63 + "." + LABEL_63 + "." + LABEL_63 + "." + std::string(61, 'b');
-  ASSERT_EQ(longest.size(), 253u);
   EXPECT_TRUE(EncodeDnsName(longest));
   for (const std::string& name : {""s, ".a"s, "a..b"s, "a."s, LABEL_63 + "a.b", longest + "b"}) {
     EXPECT_EQ(EncodeDnsName(name), std::nullopt) << name;
@@ -44,7 +44,7 @@ TEST(EncodeDnsName, LengthBeforeEachLabelAndNoneForWhatHasNoWireForm) {
 }
 
 TEST(ExpandDnsName, FollowsPointersBackAndNothingElse) {
-  const std::string four_labels = DnsLabels(LABEL_63 + "." + LABEL_63 + "." + LABEL_63 + "." + LABEL_63);
+  const std::string longest = LABEL_63 + "." + LABEL_63 + "." + LABEL_63 + "." + LABEL_63;
   const struct {
     const char* what;
     std::string bytes;
@@ -55,8 +55,8 @@ TEST(ExpandDnsName, FollowsPointersBackAndNothingElse) {
       {"a pointer to a pointer", "\2bc\0\xC0\0\xC0\4"s, 6, "bc"},
       {"one top bit is a pointer too", "\2bc\0\x40\0"s, 4, "bc"},
       {"the root", "\0"s, 0, ""},
-      {"255 characters", four_labels, 0, LABEL_63 + "." + LABEL_63 + "." + LABEL_63 + "." + LABEL_63},
-      {"256 characters and more", four_labels.substr(0, 256) + "\1a\0"s, 0, ""},
+      {"255 characters", DnsLabels(longest), 0, longest},
+      {"256 characters and more", DnsLabels(longest + ".a"), 0, ""},
       {"a pointer to itself", "\xC0\0"s, 0, ""},
       {"two pointers in a circle", "\xC0\2\xC0\0"s, 2, ""},
       {"a pointer ahead", "\xC0\2\1a\0"s, 0, ""},
@@ -75,53 +75,43 @@ TEST(ExpandDnsName, FollowsPointersBackAndNothingElse) {
 
 TEST(ParseMxReply, TakesTheAnswersByTheFixedSteps) {
   const std::string host = DnsLabels("mx");
-  std::string with_long_owner = DnsReply("a.bc").Mx(10, DnsPointer(QUESTION)).Mx(5, host).Bytes();
-  with_long_owner.replace(
-      with_long_owner.find(DnsPointer(QUESTION) + DnsWord(15) + DnsWord(1), FIRST_MX_NAME), 2,
-      "\1a\xC0\x0e"s);
+  const std::string mx = DnsMx(10, host);
+  const std::string address = DnsRecord(test::DNS_A, "\x7f\0\0\1"s);
+  const std::string one = DnsReply("a.bc", {mx});
+  // The first answer's owner name takes four bytes in the place of two.
+  const std::string long_owner = "\1a\xC0\x0e" + DnsMx(10, DnsPointer(QUESTION)).substr(2);
   const struct {
     const char* what;
     std::string reply;
     std::string result;
   } cases[] = {
-      {"no answer", DnsReply("a.bc").Bytes(), "none"},
+      {"no answer", DnsReply("a.bc", {}), "none"},
       {"by preference, equal ones as they came",
-       DnsReply("a.bc")
-           .Mx(20, DnsLabels("m1.a.bc"))
-           .Mx(10, "\2m2" + DnsPointer(QUESTION))
-           .Mx(10, host)
-           .Bytes(),
+       DnsReply("a.bc", {DnsMx(20, DnsLabels("m1.a.bc")), DnsMx(10, "\2m2" + DnsPointer(QUESTION)), mx}),
        "10 m2.a.bc, 10 mx, 20 m1.a.bc"},
       {"a leading alias has no record, and is not followed",
-       DnsReply("a.bc").Answer(test::DNS_CNAME, DnsLabels("b.c")).Mx(10, host).Bytes(), "10 mx"},
+       DnsReply("a.bc", {DnsRecord(test::DNS_CNAME, DnsLabels("b.c")), mx}), "10 mx"},
       {"an address among the answers keeps an empty record, in front",
-       DnsReply("a.bc").Mx(10, host).Answer(test::DNS_A, ADDRESS).Mx(5, host).Bytes(), "0 -, 5 mx, 10 mx"},
+       DnsReply("a.bc", {mx, address, DnsMx(5, host)}), "0 -, 5 mx, 10 mx"},
       {"additional exchangers fill what answers left, and no more",
-       DnsReply("a.bc")
-           .Answer(test::DNS_A, ADDRESS)
-           .Additional(test::DNS_MX, DnsWord(7) + host)
-           .Additional(test::DNS_MX, DnsWord(8) + host)
-           .Bytes(),
-       "7 mx"},
-      {"an owner name of more than two bytes is stepped over", with_long_owner, "5 mx, 10 a.bc"},
-      {"a name that can be no host's", DnsReply("a.bc").Mx(10, "\2a\0"s + host).Bytes(), "10 -"},
-      {"a pointer beyond the end", DnsReply("a.bc").Mx(10, DnsPointer(4000)).Bytes(), "10 -"},
-      {"more answers counted than there are bytes for",
-       DnsReply("a.bc").Mx(10, host).Counts(65535, 65535).Bytes(), "10 mx"},
-      {"half a question", DnsReply("a.bc").Mx(10, host).Bytes().substr(0, 15), "none"},
-      {"a pointer in the question", DnsReply("a.bc").Mx(10, host).Bytes().replace(12, 2, DnsPointer(12)),
-       "none"},
+       DnsReply("a.bc", {address}, {DnsMx(7, host), DnsMx(8, host)}), "7 mx"},
+      {"an owner name of more than two bytes is stepped over", DnsReply("a.bc", {mx, long_owner}),
+       "10 mx, 10 a.bc"},
+      {"a name that can be no host's", DnsReply("a.bc", {DnsMx(10, "\2a\0"s + host)}), "10 -"},
+      {"a pointer beyond the end", DnsReply("a.bc", {DnsMx(10, DnsPointer(4000))}), "10 -"},
+      {"more answers counted than there are bytes for", std::string(one).replace(6, 2, DnsWord(65535)),
+       "10 mx"},
+      {"half a question", one.substr(0, 15), "none"},
+      {"a pointer in the question", std::string(one).replace(12, 2, DnsPointer(12)), "none"},
       {"a record's length that leads out of the reply",
-       DnsReply("a.bc").Mx(10, host).Mx(20, host).Bytes().replace(FIRST_MX_NAME - 4, 2, DnsWord(65535)),
-       "0 -, 10 mx"},
-      {"a record that ends before its preference",
-       DnsReply("a.bc").Mx(10, host).Bytes().substr(0, FIRST_MX_NAME - 1), "0 -"},
+       DnsReply("a.bc", {mx, DnsMx(20, host)}).replace(FIRST_MX_NAME - 4, 2, DnsWord(65535)), "0 -, 10 mx"},
+      {"a record that ends before its preference", one.substr(0, FIRST_MX_NAME - 1), "0 -"},
+      {"no bytes", "", "none"},
   };
   for (const auto& c : cases) {
     const std::vector<char> bytes(c.reply.begin(), c.reply.end());
     EXPECT_EQ(Show(ParseMxReply(bytes)), c.result) << c.what;
   }
-  EXPECT_EQ(ParseMxReply({}), std::nullopt) << "no bytes";
 }
 
 }  // namespace

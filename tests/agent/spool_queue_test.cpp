@@ -25,16 +25,15 @@ class SpoolQueueTest : public AgentWorld {
     return 0;
   }
 
-  // Claims all that is eligible at a moment; the names that the files had, sorted. The clock's second does
-  // not change meanwhile.
+  // Claims all that is eligible at a moment; the names that the files had. The clock's second does not change
+  // meanwhile.
   std::set<std::string> ClaimedAt(std::int64_t moment) {
     EXPECT_TRUE(WaitUntil([] {
       std::timespec now{};
       std::timespec_get(&now, TIME_UTC);
       return now.tv_nsec > 20'000'000 && now.tv_nsec < 500'000'000;
     }));
-    platform::SetClockOffset(0);
-    platform::SetClockOffset(moment - platform::UnixNow());
+    platform::SetClockOffset(moment - std::time(nullptr));
     std::set<std::string> names;
     std::string path;
     const std::string start = world_.Spool() / "__";
