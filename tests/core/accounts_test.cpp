@@ -4,16 +4,13 @@
 
 #include <filesystem>
 
-#include "core/mail_store.h"
 #include "core/system_config.h"
-#include "platform/profile_file.h"
 #include "support/test_world.h"
 
 namespace velnor {
 namespace {
 
 namespace fs = std::filesystem;
-using namespace std::string_literals;
 using test::ReadFile;
 using test::WriteFile;
 
@@ -36,46 +33,35 @@ TEST_F(Accounts, AnAccountThatExistsKeepsItsMailAndForeignKeys) {
   EXPECT_EQ(ListAccounts("example.org").size(), 1U);
   EXPECT_EQ(ReadFile(world_.Inbox("example.org", "bob") / "n1"), "mail");
   EXPECT_EQ(LoadProfile("example.org", "bob").Password, "new");
-  EXPECT_EQ(
-      platform::ReadProfileString((user / "config.ini").string(), PROFILE_SECTION, "ResponseBody", "", 99),
-      "away");
+  EXPECT_NE(ReadFile(user / "config.ini").find("ResponseBody=away\n"), std::string::npos);
 }
 
-TEST_F(Accounts, DeletingTakesTheMailAndTellsWhatStayed) {
+TEST_F(Accounts, NamesLeadNowhereElseAndWhatCannotBeDoneIsTold) {
   world_.AddAccount("example.org", "bob", "pw");
   world_.AddAccount("example.org", "carol", "pw");
-  WriteFile(world_.Inbox("example.org", "bob") / "n1", "mail");
   EXPECT_EQ(DeleteAccount("example.org", "bob"), 1);
-  EXPECT_FALSE(fs::exists(Domain() / "bob"));
   for (const char* name : {"bob", "", ".", "..", "../example.org"}) {
     EXPECT_EQ(DeleteAccount("example.org", name), 0) << name;
-    EXPECT_TRUE(fs::exists(Domain() / "carol" / "config.ini")) << name;
   }
-}
-
-TEST_F(Accounts, WhatCannotBeWrittenIsTold) {
   EXPECT_EQ(CreateAccount("gone.org", "bob", NewProfile()), 0);
-  EXPECT_EQ(CreateAccount("example.org", "a/b", NewProfile()), 0);
-  EXPECT_EQ(CreateAccount("example.org", "", NewProfile()), 0);
-  EXPECT_TRUE(fs::is_empty(Domain()));
   WriteFile(Domain() / "in-the-way", "");
-  EXPECT_EQ(CreateAccount("example.org", "in-the-way", NewProfile()), 0);
+  for (const char* name : {"a/b", "", "in-the-way"}) {
+    EXPECT_EQ(CreateAccount("example.org", name, NewProfile()), 0) << name;
+  }
+  EXPECT_EQ(test::FileNames(Domain()), (std::vector<std::string>{"carol", "in-the-way"}));
 }
 
 TEST(AccountNames, WhatMayBeGivenToNewOnes) {
   const std::string longest(30, 'a');
-  for (const std::string& good : {"b.o-b_1"s, longest, "b\xc3\xb6"s}) {
-    EXPECT_TRUE(IsNewAccountName(good)) << good;
-    EXPECT_TRUE(IsNewDomainName(good)) << good;
-  }
-  for (const std::string& bad :
-       {""s, longest + "a", "."s, ".."s, "a/b"s, "a\\b"s, "a b"s, "a@b"s, "a\tb"s, "a*"s, "?"s}) {
-    EXPECT_FALSE(IsNewAccountName(bad)) << bad;
-    EXPECT_FALSE(IsNewDomainName(bad)) << bad;
-  }
-  for (const char* only_account : {"a|b", "SEND"}) {
-    EXPECT_TRUE(IsNewAccountName(only_account)) << only_account;
-    EXPECT_FALSE(IsNewDomainName(only_account)) << only_account;
+  const std::string all[] = {"b.o-b_1", longest, "b\xc3\xb6", "a|b", "SEND", "",     longest + "a", ".",
+                             "..",      "a/b",   "a\\b",      "a b", "a@b",  "a\tb", "a*",          "?"};
+  constexpr int ACCOUNTS = 5;  // the first ones may be accounts
+  constexpr int DOMAINS = 3;   // and fewer of them domains
+  int place = 0;
+  for (const std::string& name : all) {
+    EXPECT_EQ(IsNewAccountName(name), place < ACCOUNTS) << name;
+    EXPECT_EQ(IsNewDomainName(name), place < DOMAINS) << name;
+    ++place;
   }
 }
 

@@ -26,15 +26,9 @@ TEST_F(Rules, MatchAtEitherEndOfTheAddress) {
     const char* Address;
     int Blocked;
   } cases[] = {
-      {"192.168.*", "192.168.1.5", 1},
-      {"192.168", "192.168.1.5", 1},
-      {"*.1.5", "192.168.1.5", 1},
-      {"168.1", "192.168.1.5", 0},
-      {"10.0.0.1", "110.0.0.1", 1},
-      {"10.0", "192.168.10.0", 1},
-      {"", "10.0.0.1", 1},
-      {"10.0.0.1.2", "10.0.0.1", 0},
-      {"..10.*.", "10.0.0.1", 1},
+      {"192.168.*", "192.168.1.5", 1}, {"*.1.5", "192.168.1.5", 1}, {"168.1", "192.168.1.5", 0},
+      {"10.0.0.1", "110.0.0.1", 1},    {"10.0", "192.168.10.0", 1}, {"", "10.0.0.1", 1},
+      {"10.0.0.1.2", "10.0.0.1", 0},   {"..10.*.", "10.0.0.1", 1},  {"192.168", "192.16.8.1", 0},
   };
   for (const auto& each : cases) {
     g_SystemConfig.Rules.Set({each.Pattern});
@@ -54,22 +48,14 @@ TEST_F(Rules, TheFileHoldsOnePatternALine) {
   EXPECT_EQ(g_SystemConfig.DeleteRule("*.tesT"), 1);
   g_SystemConfig.SaveRules();
   EXPECT_EQ(ReadFile(path_), "10.\r\n10.0\r\nnew\r\n");
-}
-
-TEST_F(Rules, OddFiles) {
-  EXPECT_TRUE(Load("").empty());
   EXPECT_EQ(Load(std::string_view("10.\0x\n\xff\n", 8)), (NameTable{"10.", "\xff"}));
   EXPECT_EQ(Load(std::string(3000, 'x')), (NameTable{std::string(1023, 'x'), std::string(954, 'x')}));
   std::filesystem::remove(path_);
-  g_SystemConfig.LoadRules();
-  EXPECT_TRUE(g_SystemConfig.Rules.Get()->empty());
-
   std::filesystem::create_directory(path_);
   g_SystemConfig.LoadRules();
-  g_SystemConfig.AddRule("x");
+  EXPECT_TRUE(g_SystemConfig.Rules.Get()->empty());
   g_SystemConfig.SaveRules();
-  EXPECT_TRUE(std::filesystem::is_directory(path_));
-  EXPECT_EQ(FileNames(world_.App()), std::vector<std::string>{"rules.ini"});
+  EXPECT_EQ(FileNames(world_.App()), std::vector<std::string>{"rules.ini"}) << "nothing half written is left";
 }
 
 }  // namespace

@@ -18,22 +18,31 @@ std::string Say(PeerConnection& peer, std::string_view line) {
 }
 
 void Play(PeerConnection& peer, const Dialogue& dialogue) {
-  for (const Turn& turn : dialogue) {
-    peer.Send(turn.Line + "\r\n");
-    std::istringstream expected(turn.Reply);
-    for (std::string line; std::getline(expected, line);) {
-      ASSERT_EQ(ReadReply(peer), line) << "in reply to: " << turn.Line;
+  for (const auto& [lines, reply] : dialogue) {
+    for (const std::string& line : lines) {
+      peer.Send(line + "\r\n");
+      std::istringstream expected(reply);
+      for (std::string piece; std::getline(expected, piece);) {
+        ASSERT_EQ(ReadReply(peer), piece) << "in reply to: " << line;
+      }
     }
   }
 }
 
-std::vector<std::string> SessionLog(TestWorld& world) {
+std::string ThreadLog(TestWorld& world) {
   static const std::regex number(R"(^\[\d+\])");
-  std::vector<std::string> messages;
+  std::string log;
   for (const std::string& message : world.LogMessages()) {
-    if (std::regex_search(message, number)) messages.push_back(std::regex_replace(message, number, "[id]"));
+    if (std::regex_search(message, number)) log += std::regex_replace(message, number, "[id]") + "|";
   }
-  return messages;
+  return log;
+}
+
+int CountInLog(TestWorld& world, const std::string& message) {
+  const std::string log = "|" + ThreadLog(world);
+  int count = 0;
+  for (std::size_t at = 0; (at = log.find("|" + message + "|", at)) != std::string::npos; ++at) ++count;
+  return count;
 }
 
 }  // namespace velnor::test

@@ -6,15 +6,8 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 
 namespace velnor::test {
-namespace {
-
-constexpr std::size_t HEADER_SIZE = 12;
-
-}  // namespace
 
 std::string DnsWord(unsigned number) {
   return {static_cast<char>(number >> 8 & 0xFF), static_cast<char>(number & 0xFF)};
@@ -35,30 +28,25 @@ std::string DnsPointer(unsigned offset) {
   return DnsWord(0xC000 | offset);
 }
 
-DnsReply& DnsReply::Answer(unsigned type, const std::string& data) {
-  ++answers_;
+std::string DnsRecord(unsigned type, const std::string& data) {
+  constexpr unsigned QUESTION_NAME = 12;
   const std::string time_to_live(4, '\0');
-  records_ += DnsPointer(HEADER_SIZE) + DnsWord(type) + DnsWord(1) + time_to_live +
-              DnsWord(static_cast<unsigned>(data.size())) + data;
-  return *this;
+  return DnsPointer(QUESTION_NAME) + DnsWord(type) + DnsWord(1) + time_to_live +
+         DnsWord(static_cast<unsigned>(data.size())) + data;
 }
 
-DnsReply& DnsReply::Additional(unsigned type, const std::string& data) {
-  Answer(type, data);
-  --answers_;
-  ++additional_;
-  return *this;
+std::string DnsMx(unsigned preference, const std::string& wire_name) {
+  return DnsRecord(DNS_MX, DnsWord(preference) + wire_name);
 }
 
-DnsReply& DnsReply::Counts(unsigned answers, unsigned additional) {
-  answers_ = answers;
-  additional_ = additional;
-  return *this;
-}
-
-std::string DnsReply::Bytes() const {
-  return DnsWord(4575) + DnsWord(0x8180) + DnsWord(1) + DnsWord(answers_) + DnsWord(0) +
-         DnsWord(additional_) + question_ + DnsWord(DNS_MX) + DnsWord(1) + records_;
+std::string DnsReply(std::string_view question, const std::vector<std::string>& answers,
+                     const std::vector<std::string>& additional) {
+  const auto count = [](const auto& records) { return DnsWord(static_cast<unsigned>(records.size())); };
+  std::string reply = DnsWord(4575) + DnsWord(0x8180) + DnsWord(1) + count(answers) + DnsWord(0) +
+                      count(additional) + DnsLabels(question) + DnsWord(DNS_MX) + DnsWord(1);
+  for (const std::string& record : answers) reply += record;
+  for (const std::string& record : additional) reply += record;
+  return reply;
 }
 
 ScriptedNameServer::ScriptedNameServer(Answer answer, int port, const char* address)
@@ -69,17 +57,14 @@ ScriptedNameServer::ScriptedNameServer(Answer answer, int port, const char* addr
   ::inet_pton(AF_INET, address, &endpoint.sin_addr);
   socklen_t size = sizeof endpoint;
   auto* const where = reinterpret_cast<sockaddr*>(&endpoint);
-  if (::bind(socket_, where, size) != 0 || ::getsockname(socket_, where, &size) != 0) {
-    std::perror("scripted name server");
-    std::abort();
-  }
+  if (::bind(socket_, where, size) != 0 || ::getsockname(socket_, where, &size) != 0) return;
   port_ = ntohs(endpoint.sin_port);
   server_ = std::jthread([this] { Serve(); });
 }
 
 ScriptedNameServer::~ScriptedNameServer() {
   ::shutdown(socket_, SHUT_RDWR);  // wakes the server with an empty read
-  server_.join();
+  if (server_.joinable()) server_.join();
   ::close(socket_);
 }
 
@@ -103,18 +88,6 @@ void ScriptedNameServer::Serve() {
     }
     if (const auto reply = answer_(query)) ::sendto(socket_, reply->data(), reply->size(), 0, where, size);
   }
-}
-
-ScriptedNameServer::Answer AnswerFrom(MxZone zone) {
-  return [zone = std::move(zone)](const std::string& query) -> std::optional<std::string> {
-    for (const auto& [domain, exchangers] : zone) {
-      if (query.compare(HEADER_SIZE, DnsLabels(domain).size(), DnsLabels(domain)) != 0) continue;
-      DnsReply reply(domain);
-      for (const auto& [preference, name] : exchangers) reply.Mx(preference, DnsLabels(name));
-      return reply.Bytes();
-    }
-    return DnsReply("unknown.test").Bytes();
-  };
 }
 
 }  // namespace velnor::test

@@ -2,8 +2,8 @@
 //
 // PeerConnection is one end of a connection: the script sends, reads, closes. ScriptedPeer listens on a port
 // and plays its script once for each connection, several at a time if they come so; PeerConnection::Connect
-// is the other side, a client. PlayExchanger is a ready script for a mail exchanger. Waits end after 40
-// seconds, so that a test that goes wrong fails instead of hanging.
+// is the other side, a client. Waits end after 40 seconds, so that a test that goes wrong fails instead of
+// hanging.
 #pragma once
 
 #include <functional>
@@ -17,13 +17,13 @@ namespace velnor::test {
 
 class PeerConnection {
  public:
-  explicit PeerConnection(int descriptor) : descriptor_(descriptor) {}
+  explicit PeerConnection(int descriptor);
   ~PeerConnection() { Close(); }
   PeerConnection(const PeerConnection&) = delete;
   PeerConnection& operator=(const PeerConnection&) = delete;
 
   // A client's connection to a port, or none.
-  static std::unique_ptr<PeerConnection> Connect(int port, const char* address = "127.0.0.1");
+  static std::unique_ptr<PeerConnection> Connect(int port);
 
   // Sends all of it, in one call while there is room. False once the other side is gone.
   bool Send(std::string_view bytes);
@@ -45,9 +45,9 @@ class ScriptedPeer {
  public:
   using Script = std::function<void(PeerConnection&)>;
 
-  // Listens at once; port 0 lets the system choose. The script runs on a thread of its own for each
+  // Listens at once, on a port that the system chooses. The script runs on a thread of its own for each
   // connection, which is closed at its end.
-  explicit ScriptedPeer(Script script, int port = 0, const char* address = "127.0.0.1");
+  explicit ScriptedPeer(Script script);
   // Takes no more connections and waits until every script has ended.
   ~ScriptedPeer();
   ScriptedPeer(const ScriptedPeer&) = delete;
@@ -64,27 +64,5 @@ class ScriptedPeer {
   std::vector<std::jthread> sessions_;  // the serving thread's alone
   std::jthread server_;
 };
-
-// What an exchanger answers at each step. An empty reply closes the connection there.
-struct ExchangerReplies {
-  std::string Greeting = "220 exchanger ready\r\n";
-  std::string Helo = "250 hello\r\n";
-  std::string MailFrom = "250 sender ok\r\n";
-  std::function<std::string(std::string_view line)> RcptTo = [](std::string_view) {
-    return "250 recipient ok\r\n";
-  };
-  std::string Data = "354 go ahead\r\n";
-  std::string EndOfData = "250 stored\r\n";
-};
-
-// What the exchanger got in one connection: the command lines with their line ends, and the text behind DATA
-// up to and including the end marker.
-struct ExchangerLog {
-  std::string Commands;
-  std::string Message;
-};
-
-// Plays a whole exchange up to QUIT, to a step without a reply, or to the other side's close.
-ExchangerLog PlayExchanger(PeerConnection& client, const ExchangerReplies& replies = {});
 
 }  // namespace velnor::test

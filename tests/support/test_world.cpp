@@ -59,10 +59,10 @@ std::vector<std::string> TestWorld::LogMessages() {
 
 bool TestWorld::WaitForLog(std::string_view text) {
   return WaitUntil([&] {
-    const std::vector<std::string> messages = LogMessages();
-    return std::any_of(messages.begin(), messages.end(), [text](const std::string& message) {
-      return message.find(text) != std::string::npos;
-    });
+    for (const std::string& message : LogMessages()) {
+      if (message.find(text) != std::string::npos) return true;
+    }
+    return false;
   });
 }
 

@@ -1,16 +1,14 @@
-"""Scripted mail exchangers and a scripted name server on the loopback, for what no real one can be made to do.
+"""Scripted mail exchangers and a name server on the loopback, for what no real one can be made to do.
 
-A script is a list of steps, one a reply of the exchange: the text to send, or one of the values below in its place.
+A script is a list of steps, one a reply: the text to send, or one of the values below instead.
 """
 
-import os
 import socket
 import struct
-import subprocess
-import tempfile
 import threading
 import time
-from pathlib import Path
+
+from support import replace_in_etc
 
 CLOSE = "close"        # ends the connection
 SILENCE = "silence"    # never answers
@@ -19,10 +17,13 @@ GOOD = ["220 ready", "250 hello", "250 sender", "250 recipient", "354 go on", "2
 
 
 class Exchanger:
-    """One exchanger: it plays its script on each connection and keeps what it heard, a list of lines a connection."""
+    """One exchanger: it plays its script on each connection.
+
+    It keeps what it heard, a list of lines a connection, and when each connection came.
+    """
 
     def __init__(self, address, script):
-        self.script, self.heard = script, []
+        self.script, self.heard, self.times = script, [], []
         self.listener = socket.create_server((address, 25), backlog=200)
         threading.Thread(target=self._accept, daemon=True).start()
 
@@ -30,6 +31,7 @@ class Exchanger:
         while True:
             connection, _ = self.listener.accept()
             lines = []
+            self.times.append(time.time())
             self.heard.append(lines)
             threading.Thread(target=self._play, args=(connection, lines), daemon=True).start()
 
@@ -65,7 +67,7 @@ class Exchanger:
 
 
 class NameServer:
-    """Answers each question for MX records from `zones`: the hosts of a domain by preference; none is no answer."""
+    """Answers each question for MX records from `zones`: the hosts of a domain with their preferences."""
 
     def __init__(self, zones):
         self.zones, self.questions = zones, []
@@ -81,7 +83,7 @@ class NameServer:
             while length := question[at]:
                 name.append(question[at + 1:at + 1 + length].decode())
                 at += 1 + length
-            records = [self._record(preference, host) for preference, host in self.zones.get(".".join(name), [])]
+            records = [self._record(*exchanger) for exchanger in self.zones.get(".".join(name), [])]
             head = question[:2] + struct.pack(">HHHHH", 0x8180, 1, len(records), 0, 0)
             self.socket.sendto(head + question[12:at + 5] + b"".join(records), peer)
 
@@ -92,12 +94,11 @@ class NameServer:
         return struct.pack(">HHHIH", 0xC00C, 15, 1, 60, len(data)) + data
 
 
+def hosts_file(addresses):
+    """The text of /etc/hosts with these addresses by name, and no others but the loopback's."""
+    return "".join(f"{to} {name}\n" for name, to in {"localhost": "127.0.0.1", **addresses}.items())
+
+
 def know_hosts(addresses):
     """Lets the system's host look-up know these names and no others."""
-    directory = Path(tempfile.mkdtemp(dir=os.environ["VELNOR_TEST_DIRECTORY"]))
-    texts = {"hosts": "127.0.0.1 localhost\n" + "".join(f"{to} {name}\n" for name, to in addresses.items()),
-             "nsswitch.conf": "hosts: files\n"}
-    for name, text in texts.items():
-        (directory / name).write_text(text)
-        if Path("/etc", name).exists():
-            subprocess.run(["mount", "--bind", directory / name, Path("/etc", name).resolve()], check=True)
+    replace_in_etc(hosts=hosts_file(addresses), nsswitch_conf="hosts: files\n")

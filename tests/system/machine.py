@@ -1,6 +1,7 @@
-"""A machine with systemd as its first process, in namespaces within the test's own; they share the network."""
+"""A machine with systemd as its first process, in namespaces within the test's own, with the same network."""
 
 import subprocess
+import unittest
 from pathlib import Path
 
 import support
@@ -39,7 +40,8 @@ class Machine:
         directory = Path(directory)
         self._groups = directory / "cgroup"
         self._groups.mkdir(exist_ok=True)
-        subprocess.run(["mount", "-t", "cgroup2", "cgroup2", self._groups], check=True)
+        if subprocess.run(["mount", "-t", "cgroup2", "cgroup2", self._groups]).returncode != 0:
+            raise unittest.SkipTest("there are no control groups to be had")
         self._group = self._groups / f"velnor-{directory.parent.name}-{directory.name}"
         self._group.mkdir()
         self._log = open(directory / "boot.log", "wb")
@@ -54,8 +56,8 @@ class Machine:
         """Runs a command on the machine, as subprocess.run does."""
         environment = ["env", "-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C.UTF-8",
                        "DEBIAN_FRONTEND=noninteractive"]
-        return subprocess.run(["nsenter", f"--target={self._first_process()}", "--mount", "--pid", "--uts", "--ipc",
-                               "--cgroup", "--root", "--wd", *environment, *command],
+        return subprocess.run(["nsenter", f"--target={self._first_process()}", "--mount", "--pid", "--uts",
+                               "--ipc", "--cgroup", "--root", "--wd", *environment, *command],
                               text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, **options)
 
     def kill(self):

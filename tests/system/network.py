@@ -1,72 +1,49 @@
 """A second host for a system test: another network namespace behind a cable, and a name server for both.
 
-The test itself is the near host at NEAR. `FarHost` is the other one, at FAR: programs start there by `run`. `NameServer`
-is a real one, dnsmasq, on the near host, which both hosts ask for everything.
+The test itself is the near host at NEAR, with the exchanger of near.test; the far host has that of far.test.
 """
 
 import os
-import signal
 import subprocess
-import tempfile
-from pathlib import Path
 
-from support import wait_for
+from support import SystemTest, Server, replace_in_etc, wait_for
 
 NEAR, FAR = "10.77.0.1", "10.77.0.2"
 
 
-def ip(*words):
-    subprocess.run(["ip", *words], check=True, stdin=subprocess.DEVNULL)
+class TwoHosts(SystemTest):
+    """A test between the two."""
 
-
-class FarHost:
-    def __init__(self):
+    def setUp(self):
         # The namespace lives as long as a process in it does.
-        self.holder = subprocess.Popen(["unshare", "--net", "sleep", "infinity"], stdin=subprocess.DEVNULL)
+        holder = self.start("unshare", "--net", "sleep", "infinity")
         own = os.readlink("/proc/self/ns/net")
-        wait_for("the far namespace", lambda: os.readlink(f"/proc/{self.holder.pid}/ns/net") != own)
-        ip("link", "add", "near", "type", "veth", "peer", "name", "far", "netns", str(self.holder.pid))
-        ip("address", "add", f"{NEAR}/24", "dev", "near")
-        ip("link", "set", "near", "up")
-        for words in (["address", "add", f"{FAR}/24", "dev", "far"], ["link", "set", "far", "up"],
-                      ["link", "set", "lo", "up"]):
-            subprocess.run([*self.command, "ip", *words], check=True, stdin=subprocess.DEVNULL)
+        wait_for("the far namespace", lambda: os.readlink(f"/proc/{holder.pid}/ns/net") != own)
+        self.on_far = ["nsenter", f"--net=/proc/{holder.pid}/ns/net"]  # goes before a command for that host
+        self.run_all([], f"link add near type veth peer name far netns {holder.pid}",
+                     f"address add {NEAR}/24 dev near", "link set near up")
+        self.run_all(self.on_far, f"address add {FAR}/24 dev far", "link set far up", "link set lo up")
+        self.start("dnsmasq", "--keep-in-foreground", "--conf-file=/dev/null", "--no-hosts", "--no-resolv",
+                   "--pid-file=", "--user=root", f"--listen-address={NEAR}", "--bind-interfaces",
+                   "--local=/test/",
+                   "--mx-host=near.test,mx.near.test,10", f"--host-record=mx.near.test,{NEAR}",
+                   "--mx-host=far.test,mx.far.test,10", f"--host-record=mx.far.test,{FAR}")
+        replace_in_etc(resolv_conf=f"nameserver {NEAR}\n", hosts="127.0.0.1 localhost\n",
+                       nsswitch_conf="hosts: files dns\n")
 
-    @property
-    def command(self):
-        """What makes a command line run on this host."""
-        return ["nsenter", f"--net=/proc/{self.holder.pid}/ns/net"]
-
-    def run(self, *words, **how):
-        return subprocess.run([*self.command, *words], check=True, stdin=subprocess.DEVNULL, **how)
-
-    def close(self):
-        self.holder.kill()
-        self.holder.wait()
-
-
-class NameServer:
-    """Serves, for each domain, one exchanger `mx.<domain>` at its address."""
-
-    def __init__(self, **domains):
-        words = ["dnsmasq", "--keep-in-foreground", "--conf-file=/dev/null", "--no-hosts", "--no-resolv", "--user=root",
-                 f"--listen-address={NEAR}", "--bind-interfaces", "--pid-file=", "--local=/test/"]
-        for domain, address in domains.items():
-            name = f"{domain}.test"
-            words += [f"--mx-host={name},mx.{name},10", f"--host-record=mx.{name},{address}"]
-        self.process = subprocess.Popen(words, stdin=subprocess.DEVNULL)
-        self._become_the_resolver()
+    def start(self, *command):
+        process = subprocess.Popen(command, stdin=subprocess.DEVNULL)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        return process
 
     @staticmethod
-    def _become_the_resolver():
-        directory = Path(tempfile.mkdtemp(dir=os.environ["VELNOR_TEST_DIRECTORY"]))
-        for name, text in {"resolv.conf": f"nameserver {NEAR}\n", "hosts": "127.0.0.1 localhost\n",
-                           "nsswitch.conf": "hosts: files dns\n"}.items():
-            (directory / name).write_text(text)
-            target = Path("/etc", name)
-            if target.exists():
-                subprocess.run(["mount", "--bind", directory / name, target.resolve()], check=True)
+    def run_all(within, *orders):
+        for order in orders:
+            subprocess.run([*within, "ip", *order.split()], check=True, stdin=subprocess.DEVNULL)
 
-    def close(self):
-        self.process.send_signal(signal.SIGTERM)
-        self.process.wait()
+    def server(self, user, domain, within=()):
+        """A server that runs, as the exchanger of one of the domains."""
+        server = Server([user], [domain], SmtpPort=25, Pop3Port=110, PrimaryDNS=NEAR)
+        self.addCleanup(server.kill)
+        return server.start(within)

@@ -1,23 +1,21 @@
-"""The console on a small desktop: from no domain to a message in and out, to the tray and back, to the end."""
+"""The console on a small desktop: from no domain to a message in and out, tray and back, to the end."""
 # ctest: heavy console timeout=300
 
 import os
-import poplib
 import shutil
-import smtplib
 
 import support
 from desktop import Desktop
-from support import DOMAIN, PASSWORD, POP3_PORT, SMTP_PORT, wait_for
+from support import DOMAIN, PASSWORD, POP3_PORT, greeting, needs, wait_for
 
 GREEN, RED = (46, 158, 79), (210, 59, 59)  # of the Start and Stop pictures, and of the server's sign
 MESSAGE = f"From: alice@{DOMAIN}\r\nTo: alice@{DOMAIN}\r\nSubject: A note\r\n\r\nTo myself.\r\n"
 
 
+@needs("Xvfb", "openbox", "trayer", "xdotool", "xprop", "xwininfo", "xclip", "import")
 class Console(support.SystemTest):
     def setUp(self):
-        self.server = support.Server(domains=())
-        self.addCleanup(self.server.kill)
+        self.server = self.server_with(domains=())
         self.server.program = shutil.copy(support.PROGRAMS / "velnor", self.server.programs)
 
     def test_a_day_of_an_administrator(self):
@@ -68,17 +66,9 @@ class Console(support.SystemTest):
         wait_for("the Stop button", lambda: self.desktop.find_colour(RED, window))
 
     def send_and_fetch_while_the_log_shows_it(self):
-        with smtplib.SMTP("127.0.0.1", SMTP_PORT) as client:
-            client.ehlo()
-            client.user, client.password = f"alice@{DOMAIN}", PASSWORD
-            client.auth("LOGIN", client.auth_login, initial_response_ok=False)
-            client.sendmail(f"alice@{DOMAIN}", [f"alice@{DOMAIN}"], MESSAGE)
-        wait_for("the delivery", lambda: self.server.inbox("alice"))
-        client = poplib.POP3("127.0.0.1", POP3_PORT)
-        client.user(f"alice@{DOMAIN}")
-        client.pass_(PASSWORD)
-        self.assertIn(b"To myself.", client.retr(1)[1])
-        client.quit()
+        support.submit("alice", "alice", MESSAGE)
+        wait_for("the delivery", lambda: self.server.count("alice"))
+        self.assertIn(b"To myself.", *support.fetch(f"alice@{DOMAIN}"))
         for line in ("SMTP server started", f"RCPT TO:<alice@{DOMAIN}>", "AGENT]", "RETR 1"):
             self.assertIn(line.lower(), wait_for(line, lambda: self.log_with(line)).lower())
 
@@ -99,7 +89,7 @@ class Console(support.SystemTest):
         self.desktop.window("Velnor")
         self.desktop.key("alt+F4")
         self.desktop.wait_until_gone("Velnor")
-        self.assert_it_serves()
+        self.assertTrue(greeting(POP3_PORT))
         self.desktop.click(wait_for("the tray's sign", lambda: self.desktop.find_colour(GREEN)), times=2)
         self.desktop.window("Velnor")
 
@@ -108,7 +98,7 @@ class Console(support.SystemTest):
         self.desktop.window("Prompt")
         self.desktop.key("Escape")
         self.desktop.wait_until_gone("Prompt")
-        self.assert_it_serves()
+        self.assertTrue(greeting(POP3_PORT))
         self.desktop.window("Velnor")
         self.desktop.key("alt+F4")
         self.desktop.wait_until_gone("Velnor")
@@ -117,10 +107,6 @@ class Console(support.SystemTest):
         self.desktop.window("Prompt")
         self.desktop.key("Return")
         self.assertEqual(self.server.process.wait(support.PATIENCE), 0)
-
-    def assert_it_serves(self):
-        with support.Peer(POP3_PORT) as peer:
-            self.assertTrue(peer.reply().startswith("+OK"))
 
 
 if __name__ == "__main__":
