@@ -8,6 +8,7 @@
 #include "apps/services.h"
 #include "core/server_app.h"
 #include "core/text.h"
+#include "platform/instance_probe.h"
 #include "platform/service_notify.h"
 #include "platform/signals.h"
 #include "platform/standard_output.h"
@@ -103,7 +104,14 @@ class LogPrinter {
 
 class HeadlessFront : public AppFront {
  public:
-  void AlreadyRunning() override { Refuse("Another instance of Velnor is running already"); }
+  // Any process can hold the instance's name, so it is told which one does, as far as this account can see.
+  void AlreadyRunning() override {
+    std::string reason = "Another instance of Velnor is running already";
+    const auto holder = platform::ProbeInstance(INSTANCE_NAME);
+    if (holder && holder->Id != 0)
+      reason += " (process " + std::to_string(holder->Id) + ", " + holder->Program + ")";
+    Refuse(reason);
+  }
   void CannotStart(const std::string& reason) override { Refuse(reason); }
 
   void RunModal(CServerApp& app) override {

@@ -4,7 +4,6 @@
 #include "control/standard_terminal.h"
 #include "core/paths.h"
 #include "core/server_app.h"
-#include "platform/account.h"
 #include "platform/file.h"
 #include "platform/instance_probe.h"
 #include "platform/socket.h"
@@ -15,16 +14,9 @@ int main(int argc, char** argv) {
   platform::StartFiles();
   platform::StartSockets();
   velnor::StandardTerminal terminal;
-  const velnor::Surroundings surroundings{terminal, velnor::AppDirectory(),
-                                          [] {
-                                            // Any account may have started the instance.
-                                            const platform::OwnFileRights rights;
-                                            return platform::ProbeInstance(velnor::INSTANCE_NAME);
-                                          },
-                                          [](std::int64_t id) {
-                                            const platform::OwnFileRights rights;
-                                            return platform::RequestReload(velnor::INSTANCE_NAME, id);
-                                          }};
+  const velnor::Surroundings surroundings{
+      terminal, velnor::AppDirectory(), [] { return platform::ProbeInstance(velnor::INSTANCE_NAME); },
+      [](std::int64_t id) { return platform::RequestReload(velnor::INSTANCE_NAME, id); }};
   const int status = velnor::RunCommandLine(surroundings, {argv + 1, argv + argc});
   return terminal.Finish() || status != velnor::DONE ? status : velnor::REFUSED;
 }

@@ -18,9 +18,8 @@ namespace platform {
 namespace {
 
 constexpr int CREATE_MS = 10'000;
-
 constexpr std::size_t ENTRY_ROOM = 16'384;
-constexpr auto NOBODY_ELSE = static_cast<uid_t>(-1);  // asks for the rights and changes nothing
+constexpr auto NO_CHANGE = static_cast<uid_t>(-1);  // only asks for the rights
 
 // A descriptor that is closed with its scope.
 class Descriptor {
@@ -141,7 +140,7 @@ bool WorkAsOwnerOf(const std::string& directory) {
   // The group goes first: changing it is a right that goes away with the user.
   ::setfsgid(*group);
   ::setfsuid(found.st_uid);
-  return static_cast<uid_t>(::setfsuid(NOBODY_ELSE)) == found.st_uid;
+  return static_cast<uid_t>(::setfsuid(NO_CHANGE)) == found.st_uid;
 }
 
 OwnFileRights::OwnFileRights()

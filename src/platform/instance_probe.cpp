@@ -136,7 +136,7 @@ bool MayBe(const InstanceProcess& instance, std::int64_t id) {
 }  // namespace
 
 std::optional<InstanceProcess> ProbeInstance(std::string_view name) {
-  const OwnFileRights rights;
+  const OwnFileRights rights;  // any account may have started the process
   const std::string socket = NameSocket(name);
   if (socket.empty()) return std::nullopt;
   InstanceProcess unknown;

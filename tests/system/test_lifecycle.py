@@ -25,7 +25,7 @@ class Starts(support.SystemTest):
             second = server.run(directory)
             output, errors = second.communicate()
             self.assertEqual((second.returncode, output), (1, b""))
-            self.assertNotEqual(errors, b"")
+            self.assertIn(f"process {server.process.pid}, ", errors.decode())
         self.assertEqual(tree(*directories), before)
         self.assertTrue(greeting(SMTP_PORT) and greeting(POP3_PORT))
         self.assertEqual(server.stop(signal.SIGINT), 0)
