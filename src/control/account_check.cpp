@@ -70,6 +70,10 @@ void CheckAccount(const std::string& domain, const std::string& account, std::ve
   if (values.Password.empty() && (values.Pop3Enable != 0 || values.SmtpEnable != 0)) {
     faults.push_back({profile, "The account may log on and has no password."});
   }
+  if (values.Password.size() > LOGON_PASSWORD_LIMIT) {
+    faults.push_back({profile, "The password has more than " + std::to_string(LOGON_PASSWORD_LIMIT) +
+                                   " characters: no log-on takes it."});
+  }
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "control/account_check.h"
 #include "control/file_check.h"
 #include "control/mail_list_check.h"
+#include "core/accounts.h"
 #include "core/mail_store.h"
 #include "core/paths.h"
 #include "core/settings.h"
@@ -64,7 +65,9 @@ void CheckSettings(std::vector<ConfigFault>& faults) {
       faults.push_back({ini, std::string(key) + "=" + value + ": this is no IPv4 address and no host name."});
     }
   }
-  if (g_SystemConfig.Pop3Port != 0 && g_SystemConfig.Pop3Port == g_SystemConfig.SmtpPort) {
+  if (g_SystemConfig.Pop3Port == 0 || g_SystemConfig.SmtpPort == 0) {
+    faults.push_back({ini, "Without a port (0) a service listens on any that is free."});
+  } else if (g_SystemConfig.Pop3Port == g_SystemConfig.SmtpPort) {
     faults.push_back({ini, "Pop3Port and SmtpPort are the same."});
   }
   const std::string mail_root = g_SystemConfig.MailPath.Get();
@@ -100,6 +103,10 @@ void CheckDomains(std::vector<ConfigFault>& faults) {
     const std::string directory = StorePath(g_SystemConfig.MailPath.Get(), domain);
     if (PathExists(directory, PathFlag::DIRECTORY) == 0) {
       faults.push_back({directory, "The domain " + domain + " has no directory."});
+    }
+    if (domain.size() > LOGON_DOMAIN_LIMIT) {
+      faults.push_back({ini, "The domain " + domain + " has more than " + std::to_string(LOGON_DOMAIN_LIMIT) +
+                                 " characters: its users can't log on."});
     }
   }
 }

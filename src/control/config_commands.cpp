@@ -40,13 +40,22 @@ bool FillForm(Control& control, ConfigForm& form, const KeyValues& settings) {
   return true;
 }
 
+Cell ValueOf(const Setting& setting) {
+  if (setting.Text != nullptr) return SettingValue(g_SystemConfig, setting);
+  return static_cast<std::int64_t>((g_SystemConfig.*setting.Number).load());
+}
+
 bool NamesKey(const KeyValues& settings, std::string_view wanted) {
   return std::any_of(settings.begin(), settings.end(),
                      [wanted](const auto& setting) { return EqualsIgnoreCase(setting.first, wanted); });
 }
 
-bool IsPort(const KeyValues::value_type& setting) {
-  return EqualsIgnoreCase(setting.first, "Pop3Port") || EqualsIgnoreCase(setting.first, "SmtpPort");
+// When a change of a setting counts; none for WebPort, which no service reads.
+std::optional<Effect> EffectOf(std::string_view key) {
+  if (EqualsIgnoreCase(key, "WebPort")) return std::nullopt;
+  if (EqualsIgnoreCase(key, "AutoStart")) return Effect::CONSOLE_START;
+  const bool is_port = EqualsIgnoreCase(key, "Pop3Port") || EqualsIgnoreCase(key, "SmtpPort");
+  return is_port ? Effect::PORTS : Effect::RELOAD;
 }
 
 // The domains' directories under a mail root, which a save makes.
@@ -62,22 +71,17 @@ void NoteEffect(Control& control, const KeyValues& settings) {
   if (PathExists(g_SystemConfig.MailPath.Get(), PathFlag::DIRECTORY) == 0) {
     control.Note(g_SystemConfig.MailPath.Get() + " is no directory: the server does not start without it.");
   }
-  const auto ports = std::count_if(settings.begin(), settings.end(), IsPort);
-  if (ports < std::ssize(settings)) control.SayWhenItCounts(Effect::RELOAD);
-  if (ports > 0) control.SayWhenItCounts(Effect::PORTS);
+  for (const Effect effect : {Effect::RELOAD, Effect::PORTS, Effect::CONSOLE_START}) {
+    const auto has_effect = [effect](const auto& setting) { return EffectOf(setting.first) == effect; };
+    if (std::any_of(settings.begin(), settings.end(), has_effect)) control.SayWhenItCounts(effect);
+  }
 }
 
 }  // namespace
 
 int ConfigShow(Control& control, const Arguments&) {
   Record record;
-  for (const Setting& setting : AllSettings()) {
-    if (setting.Text != nullptr) {
-      record.emplace_back(setting.Key, SettingValue(g_SystemConfig, setting));
-    } else {
-      record.emplace_back(setting.Key, static_cast<std::int64_t>((g_SystemConfig.*setting.Number).load()));
-    }
-  }
+  for (const Setting& setting : AllSettings()) record.emplace_back(setting.Key, ValueOf(setting));
   record.emplace_back(LOCAL_DOMAIN_KEY, *g_SystemConfig.LocalDomains.Get());
   control.Show(record);
   return DONE;
@@ -90,7 +94,7 @@ int ConfigGet(Control& control, const Arguments& arguments) {
   }
   const Setting* const setting = FindSetting(arguments.First);
   if (setting == nullptr) return control.Refuse("There is no setting \"" + arguments.First + "\".");
-  control.Show(Listing{{setting->Key}, {{SettingValue(g_SystemConfig, *setting)}}});
+  control.Show(Listing{{setting->Key}, {{ValueOf(*setting)}}});
   return DONE;
 }
 

@@ -139,12 +139,22 @@ bool Control::CheckSaved(Part part) {
 void Control::SayWhenItCounts(Effect effect) {
   const std::optional<platform::InstanceProcess> instance = OwnInstance();
   if (!instance) return;
-  if (effect == Effect::NEXT_USE) return Note("The change counts at once.");
+  if (effect == Effect::ACCOUNT) {
+    if (MayBeConsole(*instance))
+      Note("A dialog of this account that is open in a console writes over the change.");
+    return Note("The change counts at once.");
+  }
   if (MayBeConsole(*instance)) {
     Note("A save in a console that is running writes over the change as long as it has not been reloaded.");
   }
-  Note(effect == Effect::RELOAD ? "The change counts after \"velnorctl reload\"."
-                                : "The ports count from the server's next start.");
+  switch (effect) {
+    case Effect::PORTS:
+      return Note("The ports count from the server's next start.");
+    case Effect::CONSOLE_START:
+      return Note("AutoStart counts from the next start of a console.");
+    default:
+      return Note("The change counts after \"velnorctl reload\".");
+  }
 }
 
 InstanceKind KindOf(const platform::InstanceProcess& instance) {

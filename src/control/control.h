@@ -42,8 +42,9 @@ struct Options {
   bool Force = false;
 };
 
-// When a change reaches the server that runs: the ports have a rule of their own.
-enum class Effect { NEXT_USE, RELOAD, PORTS };
+// When a change counts: an account's with its next use, most others when the server reads its files anew, the
+// ports with its next start, and whether a console starts the services with the next one of a console.
+enum class Effect { ACCOUNT, RELOAD, PORTS, CONSOLE_START };
 
 // What a save has written.
 enum class Part { SETTINGS, DOMAINS, RULES, MAIL_LISTS };

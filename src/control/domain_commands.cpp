@@ -1,6 +1,7 @@
 #include "console/logic/domains_page_logic.h"
 #include "console/logic/row_search.h"
 #include "control/commands.h"
+#include "core/accounts.h"
 #include "core/mail_store.h"
 #include "core/settings.h"
 #include "core/system_config.h"
@@ -20,6 +21,12 @@ bool HasRoom(std::string_view more, std::string_view instead_of) {
 
 int RefuseLength(Control& control) {
   return control.Refuse("The list of the domains has no room for this name.");
+}
+
+void NoteLength(Control& control, std::string_view domain) {
+  if (domain.size() <= LOGON_DOMAIN_LIMIT) return;
+  control.Note("The users of a domain of more than " + std::to_string(LOGON_DOMAIN_LIMIT) +
+               " characters can't log on. Its mail is taken and delivered.");
 }
 
 // Ends a command: `done` says whether the table is as it was meant to be.
@@ -56,7 +63,9 @@ int DomainAdd(Control& control, const Arguments& arguments) {
   page.Text = arguments.First;
   const NewFiles made({DirectoryOf(page.Text)});
   page.Add();
-  return Finish(control, g_SystemConfig.IsLocalDomain(page.Text) == 1, made);
+  const int status = Finish(control, g_SystemConfig.IsLocalDomain(page.Text) == 1, made);
+  if (status == DONE) NoteLength(control, arguments.First);
+  return status;
 }
 
 int DomainRename(Control& control, const Arguments& arguments) {
@@ -72,6 +81,7 @@ int DomainRename(Control& control, const Arguments& arguments) {
   const bool stays = platform::ProbePath(DirectoryOf(arguments.Second)) != platform::PathKind::MISSING;
   page.Update();
   const int status = Finish(control, g_SystemConfig.IsLocalDomain(arguments.Second) == 1, NewFiles({}));
+  if (status == DONE) NoteLength(control, arguments.Second);
   if (status == DONE && stays) {
     control.Note("The directory " + DirectoryOf(arguments.Second) +
                  " was there already, so that of the old name stays where it is, with all that is in it.");

@@ -19,11 +19,19 @@ std::string Joined(const std::vector<std::string>& texts, std::string_view separ
   return joined;
 }
 
+std::vector<std::string> Digits(const std::vector<std::int64_t>& numbers) {
+  std::vector<std::string> texts;
+  for (const std::int64_t number : numbers) texts.push_back(std::to_string(number));
+  return texts;
+}
+
 std::string CellText(const Cell& cell) {
   if (const auto* text = std::get_if<std::string>(&cell)) return LogSafe(*text);
   if (const auto* number = std::get_if<std::int64_t>(&cell)) return std::to_string(*number);
   if (const auto* flag = std::get_if<bool>(&cell)) return *flag ? "yes" : "no";
   if (const auto* texts = std::get_if<std::vector<std::string>>(&cell)) return LogSafe(Joined(*texts, ","));
+  if (const auto* numbers = std::get_if<std::vector<std::int64_t>>(&cell))
+    return Joined(Digits(*numbers), ",");
   return "-";
 }
 
@@ -50,6 +58,9 @@ std::string CellJson(const Cell& cell) {
     std::vector<std::string> quoted;
     std::transform(texts->begin(), texts->end(), std::back_inserter(quoted), JsonText);
     return "[" + Joined(quoted, ", ") + "]";
+  }
+  if (const auto* numbers = std::get_if<std::vector<std::int64_t>>(&cell)) {
+    return "[" + Joined(Digits(*numbers), ", ") + "]";
   }
   return "null";
 }

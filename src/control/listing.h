@@ -11,8 +11,9 @@
 
 namespace velnor {
 
-// A value; the first kind is one that is not known: "-", and null in JSON. Several texts are joined by ",".
-using Cell = std::variant<std::monostate, std::string, std::int64_t, bool, std::vector<std::string>>;
+// A value; the first kind is one that is not known: "-", and null in JSON. Several are joined by ",".
+using Cell = std::variant<std::monostate, std::string, std::int64_t, bool, std::vector<std::string>,
+                          std::vector<std::int64_t>>;
 
 // Columns are named as the members of an object are in JSON. Each row has a cell for each column.
 struct Listing {

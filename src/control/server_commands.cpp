@@ -19,7 +19,7 @@ namespace {
 std::string TimeText(std::int64_t moment) {
   const std::tm parts = platform::LocalTime(moment);
   char room[32];
-  return std::string(room, std::strftime(room, sizeof room, "%Y-%m-%d %H:%M:%S", &parts));
+  return std::string(room, std::strftime(room, sizeof room, "%Y-%m-%d %H:%M:%S %z", &parts));
 }
 
 Cell KnownTime(std::int64_t moment) {
@@ -82,8 +82,7 @@ int ServerStatus(Control& control, const Arguments&) {
   }
   if (instance->Id == 0) return ShowHidden(control, *instance);
   if (KindOf(*instance) == InstanceKind::FOREIGN) return ShowForeign(control, *instance);
-  std::vector<std::string> ports;
-  for (const int port : instance->Ports) ports.push_back(std::to_string(port));
+  const std::vector<std::int64_t> ports(instance->Ports.begin(), instance->Ports.end());
   control.Show(Record{{"running", true},
                       {"program", instance->Program},
                       {"process", instance->Id},

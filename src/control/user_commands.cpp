@@ -34,6 +34,10 @@ std::optional<std::string> ReadPassword(Control& control) {
     control.Refuse(*fault);
     return std::nullopt;
   }
+  if (password->size() > LOGON_PASSWORD_LIMIT) {
+    control.Note("A log-on takes no password of more than " + std::to_string(LOGON_PASSWORD_LIMIT) +
+                 " characters.");
+  }
   return password;
 }
 
@@ -67,7 +71,7 @@ int AcceptForm(Control& control, UserEditForm& form, const EditRequest& place, c
         field.Text != nullptr ? stored.*field.Text == meant : stored.*field.Number == LeadingNumber(meant);
     if (!same) return control.Refuse("Operation failed: the profile could not be written.");
   }
-  control.SayWhenItCounts(Effect::NEXT_USE);
+  control.SayWhenItCounts(Effect::ACCOUNT);
   return DONE;
 }
 
@@ -178,7 +182,7 @@ int UserDelete(Control& control, const Arguments& arguments) {
                                 [&](const AccountRow& each) { return each.Account == place->Account; });
   if (row == users.Rows.end()) return control.Refuse("No the record: " + arguments.First);
   if (!users.Delete(static_cast<std::size_t>(row - users.Rows.begin()))) return REFUSED;
-  control.SayWhenItCounts(Effect::NEXT_USE);
+  control.SayWhenItCounts(Effect::ACCOUNT);
   return DONE;
 }
 

@@ -15,10 +15,17 @@
 #include <string_view>
 #include <vector>
 
+#include "core/text.h"
+
 namespace velnor {
 
 inline constexpr std::size_t ACCOUNT_NAME_LIMIT = 30;  // bytes
 inline constexpr std::size_t DOMAIN_NAME_LIMIT = 30;   // bytes
+
+// What a log-on takes of what a profile and the list of domains can hold; SMTP counts a password in the
+// groups of its encoding.
+inline constexpr std::size_t LOGON_PASSWORD_LIMIT = 18;  // bytes
+inline constexpr std::size_t LOGON_DOMAIN_LIMIT = SessionDomain::CAPACITY;
 
 // The settings of one account. As it is made, all texts are empty and all numbers 0; NewProfile gives the
 // values that a new account begins with.

@@ -141,7 +141,7 @@ TEST(Commands, Settings) {
       {"config set WebPath=/", 1, "", "Nothing uses \"WebPath\"."},
       {"config get smtpport", 0, "25\n"},
       {"config set smtpport 2525 Pop3Port=1110", 0, "", "Operation is successful"},
-      {"config get SmtpPort --json", 0, "[{\"SmtpPort\": \"2525\"}]\n"},
+      {"config get SmtpPort --json", 0, "[{\"SmtpPort\": 2525}]\n"},
       {"config set MailPath=/nowhere/at/all", 0, "", "/nowhere/at/all is no directory"},
   };
   RunSteps(world, steps);

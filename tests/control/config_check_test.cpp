@@ -53,11 +53,13 @@ TEST_F(ConfigCheckTest, NamesEachFault) {
   EXPECT_EQ(clean.Out + clean.Err, "No fault was found.\n");
 
   Change(Ini(), "SmtpPort=25\n", "SmtpPort=65535\n");
+  Change(Ini(), "Pop3Port=110\n", "Pop3Port=0\n");
   Change(Ini(), "MaxSizePerMail=5\n", "MaxSizePerMail=big\n");
   Change(Ini(), "PrimaryDNS=\n", "PrimaryDNS=ns-1.one.test\n");
   Change(Ini(), "SecondaryDNS=\n", "SecondaryDNS=300.1.1.1\n");
-  Change(Ini(), "LocalDomain=one.test|", "LocalDomain=one.test|ONE.test|send|two.test|");
+  Change(Ini(), "LocalDomain=one.test|", "LocalDomain=one.test|ONE.test|send|twenty-bytes-long.de|");
   Change(Profile(), "Password=secret", "Password=");
+  Change(Mail() / "one.test/list/config.ini", "Password=secret", "Password=nineteen-characters");
   Change(Profile(), "MailBoxSize=50", "MailBoxSize=70000");
   fs::remove_all(World().Inbox("one.test", "ann"));
   Allow(Profile(), 0640);
@@ -74,25 +76,30 @@ TEST_F(ConfigCheckTest, NamesEachFault) {
 
   const Outcome faulty = world_.Run("config check");
   EXPECT_EQ(faulty.Status, 1);
-  for (const char* fault :
-       {"velnor.ini: SmtpPort=65535: \"SMTP\" accepts a whole number from 0 to 65534.",
-        "velnor.ini: MaxSizePerMail=big: \"Maxsize per mail\" accepts",
-        "velnor.ini: SecondaryDNS=300.1.1.1: this is no IPv4 address and no host name.",
-        "velnor.ini: The domain ONE.test is listed twice.", "velnor.ini: \"send\" can be no domain.",
-        "/two.test: The domain two.test has no directory.",
-        "/one.test: Its mode 705 is unsafe: others can read it.",
-        "/ann/config.ini: The account may log on and has no password.",
-        "/ann/config.ini: MailBoxSize=70000: \"Mailbox size\" accepts",
-        "/ann/config.ini: Its mode 640 is unsafe: others can read it.", "/Inbox: The account has no Inbox",
-        "maillist.ini: line 5: the member \"ann@one.test\" has no permission, 0 or 1.",
-        "none@one.test: No account stands behind the list",
-        "/ann/reject.ini: Its mode 620 is unsafe: others can change it.",
-        "/ann/reject.ini: Line 2 is empty: that matches every sender.",
-        "/logs: Its mode 705 is unsafe: others can read it.",
-        "rules.ini: Its mode 666 is unsafe: others can change it.", "rules.ini: An empty rule"}) {
+  for (const char* fault : {"velnor.ini: SmtpPort=65535: \"SMTP\" accepts a whole number from 0 to 65534.",
+                            "velnor.ini: MaxSizePerMail=big: \"Maxsize per mail\" accepts",
+                            "velnor.ini: SecondaryDNS=300.1.1.1: this is no IPv4 address and no host name.",
+                            "velnor.ini: The domain ONE.test is listed twice.",
+                            "velnor.ini: \"send\" can be no domain.",
+                            "/twenty-bytes-long.de: The domain twenty-bytes-long.de has no directory.",
+                            "velnor.ini: The domain twenty-bytes-long.de has more than 19 characters",
+                            "velnor.ini: Without a port (0)",
+                            "/list/config.ini: The password has more than 18 characters",
+                            "/one.test: Its mode 705 is unsafe: others can read it.",
+                            "/ann/config.ini: The account may log on and has no password.",
+                            "/ann/config.ini: MailBoxSize=70000: \"Mailbox size\" accepts",
+                            "/ann/config.ini: Its mode 640 is unsafe: others can read it.",
+                            "/Inbox: The account has no Inbox",
+                            "maillist.ini: line 5: the member \"ann@one.test\" has no permission, 0 or 1.",
+                            "none@one.test: No account stands behind the list",
+                            "/ann/reject.ini: Its mode 620 is unsafe: others can change it.",
+                            "/ann/reject.ini: Line 2 is empty: that matches every sender.",
+                            "/logs: Its mode 705 is unsafe: others can read it.",
+                            "rules.ini: Its mode 666 is unsafe: others can change it.",
+                            "rules.ini: An empty rule"}) {
     EXPECT_NE(faulty.Out.find(fault), std::string::npos) << fault << "\nin\n" << faulty.Out;
   }
-  EXPECT_EQ(std::count(faulty.Out.begin(), faulty.Out.end(), '\n'), 18) << faulty.Out;
+  EXPECT_EQ(std::count(faulty.Out.begin(), faulty.Out.end(), '\n'), 21) << faulty.Out;
   EXPECT_EQ(world_.Run("config check --json").Out.find("secret"), std::string::npos);
 }
 

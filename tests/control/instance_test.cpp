@@ -40,8 +40,9 @@ TEST_F(Instance, TheHostTakesChangesUpByAReload) {
     EXPECT_EQ(WordsOf(line), RELOAD_WORDS) << line;
   }
   EXPECT_EQ(WordsOf("user set ann@one.test MailBoxSize=9"), "The change counts at once.\n");
-  EXPECT_EQ(WordsOf("config set Pop3Port=1110"),
-            "Operation is successful\nThe ports count from the server's next start.\n");
+  EXPECT_EQ(WordsOf("config set Pop3Port=1110 AutoStart=1 WebPort=82"),
+            "Operation is successful\nThe ports count from the server's next start.\n"
+            "AutoStart counts from the next start of a console.\n");
   EXPECT_EQ(WordsOf("reload"), "");
   Hide({"bash", "VelnorService"});
   EXPECT_EQ(WordsOf("domain add three.test"), RELOAD_WORDS) << "a capability hides it from its own account";
@@ -61,7 +62,9 @@ TEST_F(Instance, AConsoleIsNotWrittenOver) {
       EXPECT_NE(WordsOf(line, 1).find("its next save"), std::string::npos) << i << line;
     }
     EXPECT_EQ(ReadFile(world_.World.Work() / "velnor.ini"), before);
-    EXPECT_EQ(WordsOf("user set ann@one.test MailBoxSize=9"), "The change counts at once.\n");
+    EXPECT_EQ(WordsOf("user set ann@one.test MailBoxSize=9"),
+              "A dialog of this account that is open in a console writes over the change.\n"
+              "The change counts at once.\n");
   }
   EXPECT_NE(WordsOf("reload", 1), "") << "nobody can be told";
   EXPECT_TRUE(world_.Reloaded.empty());

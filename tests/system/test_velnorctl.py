@@ -55,7 +55,7 @@ class Administration(support.SystemTest):
         status = self.ask("status")
         self.assertEqual((status["process"], status["program"], status["directory"], status["ports"]),
                          (self.server.process.pid, self.server.program, str(self.server.home),
-                          [str(POP3_PORT), str(SMTP_PORT)]))
+                          [POP3_PORT, SMTP_PORT]))
         self.assertEqual(greeting(SMTP_PORT, "127.0.0.9"), "")
         self.send_to_the_list()
         self.change_while_it_runs()
