@@ -1,6 +1,5 @@
 #include "apps/service_entry.h"
 
-#include <algorithm>
 #include <filesystem>
 
 #include "apps/service_files.h"
@@ -74,7 +73,20 @@ std::string PrepareAccount(const ServiceOrder& order, const UnitSettings& settin
   }
   const auto account = platform::FindAccount(settings.Account);
   if (!account) return "There is no account " + settings.Account;
+  for (const std::string& path : {settings.Program, settings.Directory, settings.MailRoot}) {
+    if (!platform::CanReach(*account, path))
+      return "The account " + settings.Account + " can't reach " + path;
+  }
   return GiveServerFiles(settings.Directory, settings.MailRoot, *account);
+}
+
+// Why no unit can be made of the settings; empty if one can.
+std::string UnfitPlace(const UnitSettings& settings) {
+  for (const std::string& path : {settings.Program, settings.Directory, settings.MailRoot}) {
+    if (!FitsUnit(path)) return "The path can't stand in a unit: " + path;
+  }
+  const bool is_root = settings.MailRoot == "/" || settings.Directory == "/";
+  return is_root ? "The server needs a directory of its own" : "";
 }
 
 int EnterService(const ServiceOrder& order) {
@@ -82,12 +94,8 @@ int EnterService(const ServiceOrder& order) {
   if (PathExists(directory, PathFlag::DIRECTORY) == 0) return Refuse(directory + " is no directory");
   g_SystemConfig.OpenExisting(directory, AppDirectory());
   const UnitSettings settings = Settings(order, directory);
-  for (const std::string& path : {settings.Program, settings.Directory, settings.MailRoot}) {
-    if (!FitsUnit(path)) return Refuse("The path can't stand in a unit: " + path);
-  }
-
-  if (settings.MailRoot == "/" || settings.Directory == "/")
-    return Refuse("The server needs a directory of its own");
+  const std::string unfit = UnfitPlace(settings);
+  if (!unfit.empty()) return Refuse(unfit);
 
   platform::ServiceManager manager(order.Scope);
   const bool is_trial = !order.UnitDirectory.empty();
@@ -105,13 +113,20 @@ int EnterService(const ServiceOrder& order) {
   return Refuse("The unit was written, but will not start by itself: " + path);
 }
 
-// What is left to do where this program has written no unit: one from elsewhere, as a package brings it,
-// stays, but starts no more.
-int TakeOutForeignUnit(platform::ServiceManager& manager, const std::string& path) {
-  if (!manager.OpenService(UNIT)) return Refuse("There is no unit " + path);
-  if (!manager.Disable(UNIT)) return Refuse("The service manager did not disable the unit " + UNIT);
-  platform::WriteStandardError("The unit is not " + path +
-                               ", so its file stays; it is stopped and disabled\n");
+// Stops and deletes the unit that this program has written. The exit status.
+int TakeOutOwnUnit(platform::ServiceManager& manager, bool has_manager, const std::string& path) {
+  int status = 0;
+  if (has_manager && !manager.Disable(UNIT)) status = Refuse("The service manager did not stop the service");
+  if (platform::DeleteFile(path) != 0) return Refuse("The unit can't be deleted: " + path);
+  if (has_manager) manager.ReadUnits();
+  return status;
+}
+
+// One from elsewhere, as a package brings it, stays as a file, and nobody can start it until it is entered
+// anew.
+int TakeOutForeignUnit(platform::ServiceManager& manager) {
+  if (!manager.Mask(UNIT)) return Refuse("The service manager did not mask the unit " + UNIT);
+  platform::WriteStandardError("The unit " + UNIT + " of a package stays, but is stopped and masked\n");
   return 0;
 }
 
@@ -120,15 +135,11 @@ int TakeOutService(const ServiceOrder& order) {
   platform::ServiceManager manager(order.Scope);
   // Where no manager answers there is still the file.
   const bool has_manager = order.UnitDirectory.empty() && manager.OpenManager();
-  if (platform::ProbePath(path) != platform::PathKind::FILE) {
-    return has_manager ? TakeOutForeignUnit(manager, path) : Refuse("There is no unit " + path);
-  }
-  if (has_manager && !manager.Disable(UNIT)) {
-    platform::WriteStandardError("The service manager did not stop the service\n");
-  }
-  if (platform::DeleteFile(path) != 0) return Refuse("The unit can't be deleted: " + path);
-  if (has_manager) manager.ReadUnits();
-  return 0;
+  const bool is_own = platform::ProbePath(path) == platform::PathKind::FILE;
+  const int status = is_own ? TakeOutOwnUnit(manager, has_manager, path) : 0;
+  const bool is_foreign = has_manager && status == 0 && manager.OpenService(UNIT);
+  if (is_foreign) return TakeOutForeignUnit(manager);
+  return is_own ? status : Refuse("There is no unit " + path);
 }
 
 // Takes an option that stands alone. False if it is none of these.

@@ -37,7 +37,7 @@ inline constexpr const char* SERVICE_USAGE =
 std::optional<ServiceOrder> ReadServiceOrder(std::span<const std::string_view> arguments);
 
 // Carries an order out. The exit status: 0, or 1 with the reason on standard error. Entering needs a manager
-// that answers, and makes a second unit into one with the new paths; nothing is started. Taking out also
+// that answers, and replaces the paths of a unit that is there; nothing is started. Taking out also
 // stops the server.
 int CarryOut(const ServiceOrder& order);
 

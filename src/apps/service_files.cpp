@@ -57,12 +57,11 @@ std::string GiveServerFiles(const std::string& working_directory, const std::str
   Paths own = ServerFiles(mail_root);
   own.push_back(mail_root);
   const std::string& ini = own.front();
-  const auto owner = platform::OwnerOf(IsThere(ini) ? ini : working_directory);
+  auto owner = platform::OwnerOf(IsThere(ini) ? ini : working_directory);
   if (!owner) return working_directory + " can't be looked at";
-  if (owner->User != platform::OwnAccount().User) {
-    const std::string foreign = ForeignPath(own, *owner, account);
-    if (!foreign.empty()) return foreign + " belongs to another account than the configuration does";
-  }
+  if (owner->User == platform::OwnAccount().User) owner.reset();
+  const std::string foreign = owner ? ForeignPath(own, *owner, account) : "";
+  if (!foreign.empty()) return foreign + " belongs to another account than the configuration does";
 
   Paths alone;
   for (const std::string& directory : {working_directory, mail_root}) {
@@ -70,11 +69,11 @@ std::string GiveServerFiles(const std::string& working_directory, const std::str
   }
   own.pop_back();
   for (const std::string& path : own) {
-    if (IsThere(path) && !platform::GiveTree(path, account))
+    if (IsThere(path) && !platform::GiveTree(path, account, owner))
       return "Not all could be given to the account: " + path;
   }
   for (const std::string& directory : alone) {
-    if (!platform::GiveDirectory(directory, account))
+    if (!platform::GiveDirectory(directory, account, owner))
       return "It could not be given to the account: " + directory;
   }
   return {};

@@ -13,7 +13,7 @@ namespace velnor {
 //
 // All of it must belong to the owner of velnor.ini (of the working directory where there is none) or to the
 // account, unless that owner is the administrator: whoever wrote the file may name any place in it. The
-// reason if not all was given; nothing is given where an owner is the reason.
+// reason if not all was given.
 std::string GiveServerFiles(const std::string& working_directory, const std::string& mail_root,
                             const platform::Account& account);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <string_view>
 
 #include "apps/service_template.h"
@@ -16,13 +17,13 @@ constexpr std::string_view SYSTEM_PARAGRAPH = "# Only the machine's manager";
 struct Shield {
   const char* Key;
   const char* Lowered;  // the value that leaves them visible
-  std::array<const char*, 3> Places;
+  std::span<const char* const> Places;
 };
 
-constexpr std::array SHIELDS = {
-    Shield{"ProtectHome", "read-only", {"/home/", "/root/", "/run/user/"}},
-    Shield{"PrivateTmp", "no", {"/tmp/", "/var/tmp/", "/var/tmp/"}},
-};
+constexpr std::array HOMES = {"/home/", "/root/", "/run/user/"};
+constexpr std::array TEMPORARY = {"/tmp/", "/var/tmp/"};
+constexpr std::array SHIELDS = {Shield{"ProtectHome", "read-only", HOMES},
+                                Shield{"PrivateTmp", "no", TEMPORARY}};
 
 // A "%" would begin a name that the manager replaces.
 std::string WithoutSpecifiers(std::string_view text) {

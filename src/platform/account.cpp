@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string_view>
 #include <vector>
@@ -36,11 +37,35 @@ class Descriptor {
   int number_;
 };
 
-bool GiveEntry(int parent, const char* name, const Account& account);
+// To whom things go, and from whom they are taken; from anybody where that is none.
+struct Transfer {
+  Account To;
+  std::optional<Account> From;
+};
 
-bool GiveBelow(int directory, const Account& account) {
-  // The walk gets a descriptor of its own, and closes it.
-  const int walked = ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+// What stands under a name, a link itself, and what is known of it. Whatever is exchanged under the name
+// after that, this stays the same thing.
+struct Entry {
+  Entry(int parent, const char* name)
+      : Handle(::openat(parent, name, O_PATH | O_NOFOLLOW | O_CLOEXEC)),
+        IsThere(Handle.Number() >= 0 && ::fstat(Handle.Number(), &Found) == 0) {}
+
+  bool Comes(const Transfer& transfer) const {
+    return !transfer.From || Found.st_uid == transfer.From->User || Found.st_uid == transfer.To.User;
+  }
+  bool Give(const Account& account) const {
+    return ::fchownat(Handle.Number(), "", account.User, account.Group, AT_EMPTY_PATH) == 0;
+  }
+
+  Descriptor Handle;
+  struct stat Found {};
+  bool IsThere;
+};
+
+bool GiveEntry(const Entry& entry, const Transfer& transfer);
+
+bool GiveBelow(const Entry& directory, const Transfer& transfer) {
+  const int walked = ::openat(directory.Handle.Number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   DIR* const walk = walked < 0 ? nullptr : ::fdopendir(walked);
   if (walk == nullptr) {
     if (walked >= 0) ::close(walked);
@@ -52,28 +77,23 @@ bool GiveBelow(int directory, const Account& account) {
     const dirent* const found = ::readdir(walk);
     if (found == nullptr) break;
     const std::string_view name = found->d_name;
-    if (name != "." && name != ".." && !GiveEntry(directory, found->d_name, account)) all = false;
+    if (name == "." || name == "..") continue;
+    if (!GiveEntry(Entry(walked, found->d_name), transfer)) all = false;
   }
   all = all && errno == 0;
   ::closedir(walk);
   return all;
 }
 
-// A directory is the administrator's while what it holds is given, so that nobody exchanges anything there.
-bool GiveDirectoryWithAll(int parent, const char* name, const Account& account) {
-  const Descriptor directory(::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  if (directory.Number() < 0 || ::fchown(directory.Number(), ::geteuid(), ::getegid()) != 0) return false;
-  const bool all = GiveBelow(directory.Number(), account);
-  return ::fchown(directory.Number(), account.User, account.Group) == 0 && all;
-}
-
-bool GiveEntry(int parent, const char* name, const Account& account) {
-  struct stat found {};
-  if (::fstatat(parent, name, &found, AT_SYMLINK_NOFOLLOW) != 0) return false;
-  if (found.st_uid == account.User) return true;
-  if (S_ISDIR(found.st_mode)) return GiveDirectoryWithAll(parent, name, account);
-  if (S_ISREG(found.st_mode) && found.st_nlink != 1) return false;
-  return ::fchownat(parent, name, account.User, account.Group, AT_SYMLINK_NOFOLLOW) == 0;
+bool GiveEntry(const Entry& entry, const Transfer& transfer) {
+  if (!entry.IsThere || !entry.Comes(transfer)) return false;
+  if (entry.Found.st_uid == transfer.To.User) return true;
+  if (S_ISREG(entry.Found.st_mode) && entry.Found.st_nlink != 1) return false;
+  if (!S_ISDIR(entry.Found.st_mode)) return entry.Give(transfer.To);
+  // A directory is the administrator's while what it holds is given, so that nobody exchanges anything there.
+  if (!entry.Give(OwnAccount())) return false;
+  const bool all = GiveBelow(entry, transfer);
+  return entry.Give(transfer.To) && all;
 }
 
 // Takes over the groups to which an account belongs, and gives the number of its own.
@@ -87,6 +107,16 @@ std::optional<gid_t> TakeGroupsOf(const Account& account) {
   }
   if (::setgroups(1, &account.Group) != 0) return std::nullopt;
   return account.Group;
+}
+
+// Takes over an account's rights to files.
+bool TakeRightsOf(const Account& account) {
+  const std::optional<gid_t> group = TakeGroupsOf(account);
+  if (!group) return false;
+  // The group goes first: changing it is a right that goes away with the user.
+  ::setfsgid(*group);
+  ::setfsuid(account.User);
+  return static_cast<uid_t>(::setfsuid(NO_CHANGE)) == account.User;
 }
 
 }  // namespace
@@ -121,13 +151,27 @@ std::optional<Account> OwnerOf(const std::string& path) {
   return Account{found.st_uid, found.st_gid};
 }
 
-bool GiveTree(const std::string& path, const Account& account) {
-  return GiveEntry(AT_FDCWD, path.c_str(), account);
+bool GiveTree(const std::string& path, const Account& account, const std::optional<Account>& owner) {
+  return GiveEntry(Entry(AT_FDCWD, path.c_str()), {account, owner});
 }
 
-bool GiveDirectory(const std::string& path, const Account& account) {
-  const Descriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  return directory.Number() >= 0 && ::fchown(directory.Number(), account.User, account.Group) == 0;
+bool GiveDirectory(const std::string& path, const Account& account, const std::optional<Account>& owner) {
+  const Entry entry(AT_FDCWD, path.c_str());
+  return entry.IsThere && S_ISDIR(entry.Found.st_mode) && entry.Comes({account, owner}) &&
+         entry.Give(account);
+}
+
+bool CanReach(const Account& account, const std::string& path) {
+  std::vector<gid_t> groups(static_cast<std::size_t>(std::max(::getgroups(0, nullptr), 0)));
+  if (::getgroups(static_cast<int>(groups.size()), groups.data()) < 0) return false;
+  bool reached = false;
+  if (TakeRightsOf(account)) {
+    const Descriptor found(::open(path.c_str(), O_PATH | O_CLOEXEC));
+    reached = found.Number() >= 0 || errno != EACCES;
+  }
+  ::setfsuid(::geteuid());
+  ::setfsgid(::getegid());
+  return ::setgroups(groups.size(), groups.data()) == 0 && reached;
 }
 
 bool WorkAsOwnerOf(const std::string& directory) {
@@ -135,12 +179,7 @@ bool WorkAsOwnerOf(const std::string& directory) {
   struct stat found {};
   if (::stat(directory.c_str(), &found) != 0) return false;
   if (found.st_uid == ::geteuid()) return true;
-  const std::optional<gid_t> group = TakeGroupsOf({found.st_uid, found.st_gid});
-  if (!group) return false;
-  // The group goes first: changing it is a right that goes away with the user.
-  ::setfsgid(*group);
-  ::setfsuid(found.st_uid);
-  return static_cast<uid_t>(::setfsuid(NO_CHANGE)) == found.st_uid;
+  return TakeRightsOf({found.st_uid, found.st_gid});
 }
 
 OwnFileRights::OwnFileRights()

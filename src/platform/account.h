@@ -30,11 +30,16 @@ std::optional<Account> OwnerOf(const std::string& path);
 // Gives a file, or a directory with all it holds, to an account, for an administrator. A link itself is
 // given, not what it points to, and a file that has a second name is not given, since that name may be
 // anywhere. What belongs to the account already is left alone with all that is below it: its owner could
-// exchange things there while this walks. False if anything could not be given.
-bool GiveTree(const std::string& path, const Account& account);
+// exchange things there while this walks. With an owner, nothing is given that is neither his nor the
+// account's: where somebody else may write, a path can lead anywhere. False if anything was not given.
+bool GiveTree(const std::string& path, const Account& account, const std::optional<Account>& owner);
 
 // The same for a directory alone.
-bool GiveDirectory(const std::string& path, const Account& account);
+bool GiveDirectory(const std::string& path, const Account& account, const std::optional<Account>& owner);
+
+// Whether an account may pass all directories above a path, which need not exist. For an administrator, and
+// for the process's only thread.
+bool CanReach(const Account& account, const std::string& path);
 
 // Has an administrator's process, from now on, touch files with no more rights than the owner of a directory
 // has, so that nothing its owner has put there leads it elsewhere. What it makes is that owner's. Every other

@@ -64,6 +64,10 @@ bool ServiceManager::Disable(const std::string& unit) {
   return Ask({"disable", "--now", "--", unit}, STOP_MS);
 }
 
+bool ServiceManager::Mask(const std::string& unit) {
+  return Ask({"mask", "--now", "--", unit}, STOP_MS);
+}
+
 bool ServiceManager::ReadUnits() {
   return Ask({"daemon-reload"}, ANSWER_MS);
 }

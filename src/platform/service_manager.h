@@ -35,6 +35,10 @@ class ServiceManager {
   // The reverse; a unit that runs is stopped, which is waited for.
   bool Disable(const std::string& unit);
 
+  // Hides a unit from the manager, so that it counts as none, wherever its file is. One that runs is stopped,
+  // which is waited for.
+  bool Mask(const std::string& unit);
+
   // Has the manager read all unit files anew.
   bool ReadUnits();
 

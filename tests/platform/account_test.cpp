@@ -40,7 +40,7 @@ class Accounts : public ::testing::Test {
 
 TEST_F(Accounts, ATreeIsGivenAndNothingThatItLeadsTo) {
   WriteFile(tree_ / "below/deep/root's", "left alone: its directory was given before");
-  EXPECT_TRUE(platform::GiveTree(tree_.string(), {OTHER, OTHER}));
+  EXPECT_TRUE(platform::GiveTree(tree_.string(), {OTHER, OTHER}, {}));
   for (const char* name : {"", "below", "below/file", "below/link"})
     EXPECT_EQ(OwnerOf(tree_ / name), OTHER) << name;
   EXPECT_EQ(OwnerOf(tree_ / "below/deep/root's"), 0U);
@@ -49,11 +49,32 @@ TEST_F(Accounts, ATreeIsGivenAndNothingThatItLeadsTo) {
 
 TEST_F(Accounts, AFileWithASecondNameIsNotGiven) {
   fs::create_hard_link(world_.Root() / "outside", tree_ / "below/hard");
-  EXPECT_FALSE(platform::GiveTree(tree_.string(), {OTHER, OTHER}));
+  EXPECT_FALSE(platform::GiveTree(tree_.string(), {OTHER, OTHER}, {}));
   EXPECT_EQ(OwnerOf(world_.Root() / "outside"), 0U);
   EXPECT_EQ(OwnerOf(tree_ / "below/file"), OTHER);
-  EXPECT_FALSE(platform::GiveTree((tree_ / "missing").string(), {OTHER, OTHER}));
-  EXPECT_FALSE(platform::GiveDirectory((tree_ / "below/link").string(), {OTHER, OTHER}));
+  EXPECT_FALSE(platform::GiveTree((tree_ / "missing").string(), {OTHER, OTHER}, {}));
+  EXPECT_FALSE(platform::GiveDirectory((tree_ / "below/link").string(), {OTHER, OTHER}, {}));
+}
+
+TEST_F(Accounts, OfATreeOnlyWhatIsItsOwnersIsGiven) {
+  const platform::Account owner{OTHER, OTHER};
+  const platform::Account to{OTHER + 1, OTHER + 1};
+  WriteFile(tree_ / "below/deep/root's", "");
+  EXPECT_FALSE(platform::GiveTree(tree_.string(), to, owner));
+  EXPECT_FALSE(platform::GiveDirectory(tree_.string(), to, owner));
+  EXPECT_EQ(OwnerOf(tree_), 0U);
+  EXPECT_FALSE(platform::GiveTree((tree_ / "below/deep").string(), to, owner));
+  EXPECT_EQ(OwnerOf(tree_ / "below/deep"), to.User);
+  EXPECT_EQ(OwnerOf(tree_ / "below/deep/root's"), 0U);
+}
+
+TEST_F(Accounts, OneReachesWhatLiesBehindOpenDirectoriesOnly) {
+  const platform::Account other{OTHER, OTHER};
+  EXPECT_TRUE(platform::CanReach(other, (tree_ / "below/missing").string()));
+  fs::permissions(tree_ / "below", fs::perms::owner_all);
+  EXPECT_FALSE(platform::CanReach(other, (tree_ / "below/deep").string()));
+  WriteFile(tree_ / "below/new", "with the own rights, as before");
+  EXPECT_EQ(OwnerOf(tree_ / "below/new"), 0U);
 }
 
 // 0, or what was wrong. It changes the rights of its process.

@@ -108,21 +108,55 @@ class Administration(support.SystemTest):
         profile = (self.server.mail / DOMAIN / "bob" / "config.ini").read_text()
         self.assertIn("Password=typed-secret", profile)
 
+    def shell_at_a_terminal(self):
+        """A function that types into a shell: what stands on its line after the keys and a tab."""
+        terminal, end = pty.openpty()
+        home = self.server.directory
+        path = f"{self.server.programs}:{os.environ['PATH']}"
+        # Of a session of its own, lest it take hold of the terminal at which the tests run.
+        shell = subprocess.Popen(["bash", "--norc", "-i"], stdin=end, stdout=subprocess.PIPE,
+                                 stderr=subprocess.DEVNULL, text=True, cwd=home, start_new_session=True,
+                                 env={"HOME": home, "PATH": path, "TERM": "dumb", "INPUTRC": os.devnull})
+        for end_it in (shell.communicate, shell.kill, lambda: os.close(terminal)):  # the last comes first
+            self.addCleanup(end_it)
+        os.close(end)
+        show = r"""bind -x '"\C-t": printf "%s\n" "$READLINE_LINE"; READLINE_LINE='"""
+        os.write(terminal, f"unset HISTFILE; source '{COMPLETION}'; {show}; echo ready\n".encode())
+        self.assertEqual(shell.stdout.readline(), "ready\n")
+
+        def line_after(keys):
+            os.write(terminal, f"{keys}\t\x14".encode())
+            return shell.stdout.readline().removesuffix("\n")
+
+        return line_after
+
     def test_the_shell_completes(self):
         self.configure()
-        for words, expected in (
-                (["sta"], ["status"]),
-                (["maillist", "add"], ["add", "add-member"]),
-                (["user", "show", "b"], [f"bob@{DOMAIN}"]),
-                (["--json", "maillist", "remove-member", f"all@{DOMAIN}", "al"], [f"alice@{DOMAIN}"]),
-                (["config", "set", "Sm"], ["SmtpPort"]),
-                (["rule", "delete", ""], ["127.0.0.9"])):
-            words = [self.control, "--directory", str(self.server.home), *words]
-            script = ('source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _velnorctl; '
-                      'printf "%s\\n" "${COMPREPLY[@]}"')
-            result = subprocess.run(["bash", "-c", script, "bash", COMPLETION, *words],
-                                    text=True, capture_output=True)
-            self.assertEqual((result.stdout.split(), result.stderr), (expected, ""))
+        self.do("user", "add", f"z'$(>made)`\"@{DOMAIN}", "Pop3Enable=1", input=PASSWORD)
+        spaced = self.server.directory / "my w"
+        shutil.copytree(self.server.home, spaced)
+        bob, members = f"bob@{DOMAIN}", f"maillist remove-member all@{DOMAIN} "
+        here = f"velnorctl --directory {self.server.home} "
+        line_after = self.shell_at_a_terminal()
+        for typed, inserted in (
+                (f"{here}sta", "tus "), (f"{here}maillist a", "dd"), (f"{here}config set Sm", "tpPort "),
+                (f"{here}user show b", f"ob@{DOMAIN} "), (f"{here}user show bob@", f"{DOMAIN} "),
+                (f"{here}user show bob@{DOMAIN[:2]}", f"{DOMAIN[2:]} "), (f"{here}mailbox {bob} b", ""),
+                (f"{here}user show {bob} b", ""), (f"{here}config get MailPath Sm", ""),
+                (f"{here}rule delete ", "127.0.0.9 "), (f"{here}rule delete 127.0.0.9 ", ""),
+                (f"{here}--json {members}al", f"ice@{DOMAIN} "), (f"{here}{members}b", f"ob@{DOMAIN} "),
+                (f"{here}user set {bob} ResponseE", "nable="),
+                (f"{here}user show z", rf"""\'\$\(\>made\)\`\"@{DOMAIN} """),
+                (rf"{here}user show z\'\$", rf"""\(\>made\)\`\"@{DOMAIN} """),
+                (f'{here}user show "z', rf"""'\$(>made)\`\"@{DOMAIN}" """),
+                (f"{here}user show 'z", rf"""'\''$(>made)`"@{DOMAIN}' """),
+                ("velnorctl --directory ~/my", r"\ w/"),
+                (f"velnorctl --directory={spaced.parent}/my", r"\ w/"),
+                (f'velnorctl --directory "{spaced}" user show b', f"ob@{DOMAIN} "),
+                (r"velnorctl --directory ~/my\ w user show b", f"ob@{DOMAIN} "),
+                (f"velnorctl --directory={self.server.home} user show b", f"ob@{DOMAIN} ")):
+            self.assertEqual(line_after(typed), typed + inserted)
+        self.assertFalse((self.server.directory / "made").exists())
 
 
 if __name__ == "__main__":

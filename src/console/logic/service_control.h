@@ -37,19 +37,6 @@ class ServiceManager {
   virtual void Wait(int milliseconds) = 0;
 };
 
-// A machine without a service manager: nothing can be opened, and there is nothing to enter a service into.
-class NoServiceManager : public ServiceManager {
- public:
-  bool OpenManager() override { return false; }
-  void CloseManager() override {}
-  bool OpenService(const std::string&) override { return false; }
-  void CloseService() override {}
-  void RequestStart() override {}
-  void RequestStop() override {}
-  void RunProgram(const std::string&, const std::string&) override {}
-  void Wait(int) override {}
-};
-
 class ServiceControl {
  public:
   ServiceControl(ServiceManager& manager, Prompter& prompter) : manager_(manager), prompter_(prompter) {}

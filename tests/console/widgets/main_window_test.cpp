@@ -23,6 +23,19 @@ namespace {
 constexpr Service FAKE = {[] {}, [] {}, [] { return 0; }};
 constexpr Service FAKES[] = {FAKE, FAKE, FAKE};
 
+// Nothing here has to do with services.
+class IdleServiceManager : public ServiceManager {
+ public:
+  bool OpenManager() override { return false; }
+  void CloseManager() override {}
+  bool OpenService(const std::string&) override { return false; }
+  void CloseService() override {}
+  void RequestStart() override {}
+  void RequestStop() override {}
+  void RunProgram(const std::string&, const std::string&) override {}
+  void Wait(int) override {}
+};
+
 class MainWindowTest : public testing::Test {
  protected:
   MainWindowTest() {
@@ -54,7 +67,7 @@ class MainWindowTest : public testing::Test {
 
   test::TestWorld world_;
   test::ScriptedPrompter prompter_;
-  NoServiceManager manager_;
+  IdleServiceManager manager_;
   LogBell bell_;
   CServerApp app_{FAKES};
   std::unique_ptr<CMainDialog> window_;
