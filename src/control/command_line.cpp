@@ -19,7 +19,7 @@ struct CommandRow {
   int (*Run)(Control& control, const Arguments& arguments);
   const char* First = "";  // names of the arguments; "[NAME]" need not be there
   const char* Second = "";
-  const char* Rest = "";  // one or more words, or "[NAME]"
+  const char* Rest = "";  // one or more settings, or "[NAME]"
   Needs Needed = Needs::CONFIGURATION;
 };
 
@@ -117,10 +117,10 @@ class CommandLine {
     root_.set_help_all_flag("--help-all", "Print the help of all commands and exit");
     root_.add_option("--directory", options_.Directory, "The server's working directory")->type_name("DIR");
     root_.add_flag("--json", options_.Json, "Answer in JSON");
-    root_.add_flag("--yes", options_.Yes, "Do not ask before something is deleted or renamed");
+    root_.add_flag("--yes", options_.Yes, "Do not ask before something is deleted, removed or renamed");
     root_.add_flag(
         "--force", options_.Force,
-        "Change a file although a running console may write over it, or lines that say nothing are lost");
+        "Change a file although a running console may write over it, or what a load passes over is lost");
     for (const GroupRow& group : GROUPS) {
       root_.add_subcommand(group.Name, group.Help)->require_subcommand(1);
     }
@@ -138,9 +138,14 @@ class CommandLine {
         err << "There is no command \"" << unknown.front() << "\".\n";
         return USAGE;
       }
-      if (root_.exit(error, out, err) != 0) return USAGE;
+      return root_.exit(error, out, err) == 0 ? DONE : USAGE;
     }
-    return DONE;
+    if (std::optional<KeyValues> settings = ParseKeyValues(rest_)) {
+      arguments_.Settings = std::move(*settings);
+      return DONE;
+    }
+    err << "A setting is KEY VALUE or KEY=VALUE.\n";
+    return USAGE;
   }
 
   const CommandRow* Chosen() const { return chosen_; }
@@ -153,7 +158,7 @@ class CommandLine {
     CLI::App* const command = parent->add_subcommand(row.Name, row.Help);
     AddArgument(*command, row.First, arguments_.First);
     AddArgument(*command, row.Second, arguments_.Second);
-    AddArgument(*command, row.Rest, arguments_.Rest);
+    AddArgument(*command, row.Rest, rest_);
     if (row.Run == MailListAddMember) {
       command->add_flag("--read-only", arguments_.ReadOnly, "The member receives and may not post");
     }
@@ -164,6 +169,7 @@ class CommandLine {
                  "velnorctl"};
   Options options_;
   Arguments arguments_;
+  std::vector<std::string> rest_;  // the settings, as words
   const CommandRow* chosen_ = nullptr;
 };
 

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "control/control.h"
+#include "control/key_values.h"
 
 namespace velnor {
 
@@ -13,7 +13,7 @@ namespace velnor {
 struct Arguments {
   std::string First;
   std::string Second;
-  std::vector<std::string> Rest;
+  KeyValues Settings;
   bool ReadOnly = false;
 };
 

@@ -76,29 +76,16 @@ void CheckSettings(std::vector<ConfigFault>& faults) {
   }
 }
 
+// The list of domains as it stands in the file.
+std::string WholeDomainList() {
+  return platform::ReadProfileString(g_SystemConfig.IniPath.Get(), SETTINGS_SECTION, LOCAL_DOMAIN_KEY, "",
+                                     WHOLE_VALUE);
+}
+
 void CheckDomains(std::vector<ConfigFault>& faults) {
   const std::string ini = g_SystemConfig.IniPath.Get();
-  const std::string list =
-      platform::ReadProfileString(ini, SETTINGS_SECTION, LOCAL_DOMAIN_KEY, "", WHOLE_VALUE);
-  if (list.size() > LOCAL_DOMAIN_LIMIT) {
-    faults.push_back({ini, std::string(LOCAL_DOMAIN_KEY) + " is read only to its character " +
-                               std::to_string(LOCAL_DOMAIN_LIMIT) + "."});
-  }
-  NameTable met;
-  std::string_view left = std::string_view(list).substr(0, LOCAL_DOMAIN_LIMIT);
-  while (!left.empty()) {
-    const std::size_t length = std::min(left.find('|'), left.size());
-    const std::string name(TrimBlanks(left.substr(0, length)));
-    left = TextFrom(left, length + 1);
-    if (length == 0) continue;
-    if (g_SystemConfig.IsLocalDomain(name) == 0) {
-      faults.push_back({ini, "\"" + name + "\" can be no domain."});
-    } else if (std::any_of(met.begin(), met.end(),
-                           [&](const std::string& other) { return EqualsIgnoreCase(other, name); })) {
-      faults.push_back({ini, "The domain " + name + " is listed twice."});
-    }
-    met.push_back(name);
-  }
+  const std::vector<ConfigFault> dropped = DroppedDomains();
+  faults.insert(faults.end(), dropped.begin(), dropped.end());
   for (const std::string& domain : *g_SystemConfig.LocalDomains.Get()) {
     const std::string directory = StorePath(g_SystemConfig.MailPath.Get(), domain);
     if (PathExists(directory, PathFlag::DIRECTORY) == 0) {
@@ -136,6 +123,36 @@ void CheckRules(std::vector<ConfigFault>& faults) {
 }
 
 }  // namespace
+
+bool IsDomainListCut() {
+  return WholeDomainList().size() > LOCAL_DOMAIN_LIMIT;
+}
+
+std::vector<ConfigFault> DroppedDomains() {
+  std::vector<ConfigFault> dropped;
+  const std::string ini = g_SystemConfig.IniPath.Get();
+  if (IsDomainListCut()) {
+    dropped.push_back({ini, std::string(LOCAL_DOMAIN_KEY) + " is read only to its character " +
+                                std::to_string(LOCAL_DOMAIN_LIMIT) + "."});
+  }
+  NameTable met;
+  const std::string list = WholeDomainList().substr(0, LOCAL_DOMAIN_LIMIT);
+  std::string_view left = list;
+  while (!left.empty()) {
+    const std::size_t length = std::min(left.find('|'), left.size());
+    const std::string name(TrimBlanks(left.substr(0, length)));
+    left = TextFrom(left, length + 1);
+    if (length == 0) continue;
+    if (g_SystemConfig.IsLocalDomain(name) == 0) {
+      dropped.push_back({ini, "\"" + name + "\" can be no domain."});
+    } else if (std::any_of(met.begin(), met.end(),
+                           [&](const std::string& other) { return EqualsIgnoreCase(other, name); })) {
+      dropped.push_back({ini, "The domain " + name + " is listed twice."});
+    }
+    met.push_back(name);
+  }
+  return dropped;
+}
 
 std::vector<ConfigFault> CheckConfiguration() {
   std::vector<ConfigFault> faults;

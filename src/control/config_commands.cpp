@@ -3,7 +3,6 @@
 #include "console/logic/config_form.h"
 #include "control/commands.h"
 #include "control/config_check.h"
-#include "control/key_values.h"
 #include "core/mail_store.h"
 #include "core/paths.h"
 #include "core/settings.h"
@@ -67,6 +66,16 @@ std::vector<std::string> DomainDirectories(const std::string& mail_path) {
   return paths;
 }
 
+// Whether each domain that a save makes a directory for stands whole in the list. If not, the words have been
+// shown.
+bool AreDomainsWhole(Control& control) {
+  if (control.Chosen.Force || !IsDomainListCut()) return true;
+  control.Refuse(std::string(LOCAL_DOMAIN_KEY) + " has more than " + std::to_string(LOCAL_DOMAIN_LIMIT) +
+                 " characters: a directory could be made for a name that is cut there. Mend it first, or use "
+                 "--force.");
+  return false;
+}
+
 void NoteEffect(Control& control, const KeyValues& settings) {
   if (PathExists(g_SystemConfig.MailPath.Get(), PathFlag::DIRECTORY) == 0) {
     control.Note(g_SystemConfig.MailPath.Get() + " is no directory: the server does not start without it.");
@@ -100,11 +109,9 @@ int ConfigGet(Control& control, const Arguments& arguments) {
 
 int ConfigSet(Control& control, const Arguments& arguments) {
   const std::string ini = g_SystemConfig.IniPath.Get();
-  if (!control.MayReplace(ini)) return REFUSED;
-  const std::optional<KeyValues> settings = ParseKeyValues(arguments.Rest);
-  if (!settings) return control.Refuse("A setting is KEY VALUE or KEY=VALUE.");
+  if (!control.MayReplace(ini) || !AreDomainsWhole(control)) return REFUSED;
   ConfigForm form(control.Prompts);
-  if (!FillForm(control, form, *settings)) return REFUSED;
+  if (!FillForm(control, form, arguments.Settings)) return REFUSED;
 
   const NewFiles file({ini});
   const NewFiles directories(DomainDirectories(form.Value("MailPath")));
@@ -113,10 +120,10 @@ int ConfigSet(Control& control, const Arguments& arguments) {
     file.HandOverReadable();
     directories.HandOver();
     if (!control.CheckSaved(Part::SETTINGS)) return REFUSED;
-    NoteEffect(control, *settings);
+    NoteEffect(control, arguments.Settings);
     return DONE;
   }
-  if (!NamesKey(*settings, form.FailedKey)) {
+  if (!NamesKey(arguments.Settings, form.FailedKey)) {
     control.Note(std::string(form.FailedKey) + " in velnor.ini is not accepted. Set it in the same command.");
   }
   return REFUSED;

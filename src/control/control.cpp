@@ -1,6 +1,7 @@
 #include "control/control.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "core/paths.h"
 #include "core/settings.h"
@@ -69,10 +70,7 @@ bool Control::OpenConfiguration(bool may_be_new) {
   }
   const std::string ini = JoinPath(directory_, "velnor.ini");
   if (IsThere(ini)) {
-    if (const int error = platform::CheckReadable(ini, platform::PathKind::FILE); error != 0) {
-      Refuse(ini + ": " + platform::ErrorText(error));
-      return false;
-    }
+    if (!CanRead(ini)) return false;
   } else if (!may_be_new || wanted.empty()) {
     Refuse("There is no velnor.ini in " + directory_ +
            ". Name the server's working directory with --directory, or begin a new configuration there with "
@@ -118,6 +116,11 @@ bool Control::ConsoleHoldsIt() {
           : "The console runs with this configuration (process " + std::to_string(instance->Id) +
                 "), and its next save would write over the change. Make the change there, or use --force.");
   return true;
+}
+
+bool Control::CanRead(const std::string& path) {
+  const int error = platform::CheckReadable(path, platform::PathKind::FILE);
+  return error == 0 || error == ENOENT || Refuse(path + ": " + platform::ErrorText(error)) == DONE;
 }
 
 bool Control::MayReplace(const std::string& path) {

@@ -71,6 +71,10 @@ class Control {
   // look at counts as such.
   std::optional<platform::InstanceProcess> OwnInstance() const;
 
+  // Whether what a file of the configuration holds could be loaded, which a file that is not there could. If
+  // not, the words have been shown: such a file counts as empty, and a save would lose what is in it.
+  bool CanRead(const std::string& path);
+
   // Whether a file of the configuration may be replaced now: this account can, and no console would write
   // over it. If not, the words have been shown.
   bool MayReplace(const std::string& path);

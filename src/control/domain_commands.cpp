@@ -1,10 +1,12 @@
 #include "console/logic/domains_page_logic.h"
 #include "console/logic/row_search.h"
 #include "control/commands.h"
+#include "control/config_check.h"
 #include "core/accounts.h"
 #include "core/mail_store.h"
 #include "core/settings.h"
 #include "core/system_config.h"
+#include "core/text.h"
 #include "platform/file.h"
 
 namespace velnor {
@@ -39,8 +41,14 @@ int Finish(Control& control, bool done, const NewFiles& made) {
   return DONE;
 }
 
+// Whether the list may be written anew, which drops what was not loaded.
 bool MayChange(Control& control) {
-  return control.MayReplace(g_SystemConfig.IniPath.Get());
+  if (!control.MayReplace(g_SystemConfig.IniPath.Get())) return false;
+  const std::vector<ConfigFault> dropped = DroppedDomains();
+  if (dropped.empty() || control.Chosen.Force) return true;
+  for (const ConfigFault& fault : dropped) control.Note(LogSafe(fault.Place + ": " + fault.Text));
+  control.Refuse("The change would drop this from the list. Mend the list first, or use --force.");
+  return false;
 }
 
 std::string DirectoryOf(const std::string& domain) {

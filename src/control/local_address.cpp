@@ -5,11 +5,18 @@
 #include "console/logic/row_search.h"
 #include "core/accounts.h"
 #include "core/mail_store.h"
+#include "core/paths.h"
 #include "core/system_config.h"
+#include "platform/directory_walk.h"
 #include "platform/file.h"
 #include "platform/file_rights.h"
 
 namespace velnor {
+namespace {
+
+constexpr const char* UNREADABLE = " can't be read by this account.";
+
+}  // namespace
 
 std::optional<EditRequest> LocalAddress(Control& control, const std::string& address) {
   const auto domains = g_SystemConfig.LocalDomains.Get();
@@ -49,9 +56,29 @@ std::optional<EditRequest> ExistingAccount(Control& control, const std::string& 
 
 bool CanListAccounts(Control& control, const std::string& domain) {
   const std::string directory = StorePath(g_SystemConfig.MailPath.Get(), domain);
-  const int error = platform::CheckReadable(directory, platform::PathKind::DIRECTORY);
-  return error == 0 || error == ENOENT ||
-         control.Refuse(directory + ": " + platform::ErrorText(error)) == DONE;
+  platform::DirectoryWalk walk;
+  const int error = walk.Open(directory);
+  if (error == ENOENT) return true;
+  if (error != 0) return control.Refuse(directory + ": " + platform::ErrorText(error)) == DONE;
+  platform::WalkEntry entry;
+  while (walk.Next(entry)) {
+    const std::string account = JoinPath(directory, entry.name);
+    if (entry.isDirectory &&
+        platform::ProbePath(JoinPath(account, PROFILE_FILE)) == platform::PathKind::UNKNOWN) {
+      return control.Refuse(account + UNREADABLE) == DONE;
+    }
+  }
+  return !walk.Failed() || control.Refuse(directory + UNREADABLE) == DONE;
+}
+
+std::optional<MailboxFigures> MeasureAccount(Control& control, const EditRequest& place) {
+  std::int32_t messages = 0;
+  std::int64_t bytes = 0;
+  std::string unread;
+  MeasureMailbox(UserDirectory(place.Domain, place.Account).value_or(""), messages, bytes, &unread);
+  if (unread.empty()) return MailboxFigures{messages, bytes};
+  control.Refuse(unread + UNREADABLE);
+  return std::nullopt;
 }
 
 }  // namespace velnor

@@ -1,3 +1,4 @@
+#include "console/logic/dialog_prompts.h"
 #include "console/logic/field_check.h"
 #include "console/logic/mail_list_logic.h"
 #include "console/logic/row_search.h"
@@ -27,10 +28,14 @@ bool IsLoadable(Control& control, const char* caption, const std::string& addres
   return true;
 }
 
+bool CanRead(Control& control) {
+  return control.CanRead(g_SystemConfig.MailListPath.Get());
+}
+
 // Whether the file may be written anew, which drops the lines that were not loaded.
 bool MayChange(Control& control) {
   const std::string path = g_SystemConfig.MailListPath.Get();
-  if (!control.MayReplace(path)) return false;
+  if (!CanRead(control) || !control.MayReplace(path)) return false;
   const std::vector<std::string> dropped = DroppedMailListLines(path);
   if (dropped.empty() || control.Chosen.Force) return true;
   for (const std::string& line : dropped) control.Note(FormatText("%s, %s", path.c_str(), line.c_str()));
@@ -55,6 +60,7 @@ bool HasList(const std::string& name) {
 
 // The dialog with a list that exists, or none with the words shown.
 std::optional<MailListLogic> DialogWith(Control& control, const std::string& list) {
+  if (!CanRead(control)) return std::nullopt;
   MailListLogic dialog(control.Prompts);
   const std::optional<std::size_t> row = FindRow(dialog.Lists, list);
   if (!row) {
@@ -81,6 +87,7 @@ void NoteMissingAccount(Control& control, const std::string& list) {
 }  // namespace
 
 int MailListList(Control& control, const Arguments&) {
+  if (!CanRead(control)) return REFUSED;
   Listing listing{{"list", "members"}, {}};
   for (const MailList& list : *g_SystemConfig.MailLists.Get()) {
     listing.Rows.push_back({std::string(list.Name.View()), static_cast<std::int64_t>(list.Members.size())});
@@ -101,6 +108,8 @@ int MailListAdd(Control& control, const Arguments& arguments) {
 
 int MailListDelete(Control& control, const Arguments& arguments) {
   if (!MayChange(control)) return REFUSED;
+  // The dialog cuts a name to what a record keeps, which could be another list's.
+  if (!HasList(arguments.First)) return control.Refuse("No the record");
   MailListLogic dialog(control.Prompts);
   dialog.ListAddr = arguments.First;
   dialog.DeleteList();
@@ -131,6 +140,11 @@ int MailListAddMember(Control& control, const Arguments& arguments) {
 int MailListRemoveMember(Control& control, const Arguments& arguments) {
   std::optional<MailListLogic> dialog = DialogWith(control, arguments.First);
   if (!dialog || !MayChange(control)) return REFUSED;
+  if (!g_SystemConfig.FindListMember(arguments.First, arguments.Second)) {
+    return control.Refuse("There is not the email addr");
+  }
+  // The dialog does not ask: there, nothing is lost before "Apply".
+  if (!Confirm(control.Prompts, "Are you sure remove the email addr?")) return REFUSED;
   dialog->EmailAddr = arguments.Second;
   dialog->RemoveMember();
   return Finish(control, *dialog, !g_SystemConfig.FindListMember(arguments.First, arguments.Second));

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include "control/commands.h"
 #include "control/local_address.h"
 #include "control/queue.h"
 #include "core/accounts.h"
-#include "core/mail_store.h"
 #include "core/system_config.h"
 
 namespace velnor {
@@ -20,15 +20,16 @@ struct DomainFigures {
   std::int64_t Bytes = 0;
 };
 
-DomainFigures Measure(const std::string& domain) {
+// The figures of a domain, or none with the words shown.
+std::optional<DomainFigures> Measure(Control& control, const std::string& domain) {
+  if (!CanListAccounts(control, domain)) return std::nullopt;
   DomainFigures figures{.Domain = domain};
   for (const AccountRow& row : ListAccounts(domain)) {
-    std::int32_t messages = 0;
-    std::int64_t bytes = 0;
-    MeasureMailbox(UserDirectory(domain, row.Account).value_or(""), messages, bytes);
+    const std::optional<MailboxFigures> mailbox = MeasureAccount(control, {domain, row.Account});
+    if (!mailbox) return std::nullopt;
     ++figures.Mailboxes;
-    figures.Messages += messages;
-    figures.Bytes += bytes;
+    figures.Messages += mailbox->Messages;
+    figures.Bytes += mailbox->Bytes;
   }
   return figures;
 }
@@ -66,9 +67,7 @@ std::string QueueMetrics(const std::vector<SpoolEntry>& entries) {
   return text + age + " " + std::to_string(entries.empty() ? 0 : entries.front().Age) + "\n";
 }
 
-std::string DomainMetrics() {
-  std::vector<DomainFigures> domains;
-  for (const std::string& domain : *g_SystemConfig.LocalDomains.Get()) domains.push_back(Measure(domain));
+std::string DomainMetrics(const std::vector<DomainFigures>& domains) {
   struct Family {
     const char* Name;
     const char* Unit;
@@ -96,10 +95,13 @@ std::string DomainMetrics() {
 int ServerMetrics(Control& control, const Arguments&) {
   const auto entries = ScanSpool();
   if (!entries) return control.Refuse(g_SystemConfig.SpoolPath() + " can't be read by this account.");
+  std::vector<DomainFigures> domains;
   for (const std::string& domain : *g_SystemConfig.LocalDomains.Get()) {
-    if (!CanListAccounts(control, domain)) return REFUSED;
+    const std::optional<DomainFigures> figures = Measure(control, domain);
+    if (!figures) return REFUSED;
+    domains.push_back(*figures);
   }
-  control.Around.Screen.Out(QueueMetrics(*entries) + DomainMetrics() + "# EOF\n");
+  control.Around.Screen.Out(QueueMetrics(*entries) + DomainMetrics(domains) + "# EOF\n");
   return DONE;
 }
 

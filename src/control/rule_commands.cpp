@@ -56,6 +56,10 @@ class RightsToRules {
   std::optional<platform::OwnFileRights> own_;
 };
 
+bool CanRead(Control& control) {
+  return control.CanRead(g_SystemConfig.RulesPath());
+}
+
 bool IsRule(const std::string& pattern) {
   return FindRow(*g_SystemConfig.Rules.Get(), pattern).has_value();
 }
@@ -63,6 +67,7 @@ bool IsRule(const std::string& pattern) {
 }  // namespace
 
 int RuleList(Control& control, const Arguments&) {
+  if (!CanRead(control)) return REFUSED;
   Listing listing{{"rule"}, {}};
   for (const std::string& rule : *g_SystemConfig.Rules.Get()) listing.Rows.push_back({rule});
   control.Show(listing);
@@ -70,6 +75,7 @@ int RuleList(Control& control, const Arguments&) {
 }
 
 int RuleAdd(Control& control, const Arguments& arguments) {
+  if (!CanRead(control)) return REFUSED;  // with the rights that the rules were loaded with
   const RightsToRules rights(control);
   if (!control.MayReplace(g_SystemConfig.RulesPath())) return REFUSED;
   const NewFiles made({g_SystemConfig.RulesPath()});
@@ -82,6 +88,7 @@ int RuleAdd(Control& control, const Arguments& arguments) {
 }
 
 int RuleDelete(Control& control, const Arguments& arguments) {
+  if (!CanRead(control)) return REFUSED;  // as RuleAdd
   const RightsToRules rights(control);
   if (!control.MayReplace(g_SystemConfig.RulesPath())) return REFUSED;
   RulesPageLogic page(control.Prompts);
@@ -93,6 +100,7 @@ int RuleDelete(Control& control, const Arguments& arguments) {
 int RuleTest(Control& control, const Arguments& arguments) {
   const std::string& address = arguments.First;
   if (!platform::IsDottedAddress(address)) return control.Refuse(address + " is no IPv4 address.");
+  if (!CanRead(control)) return REFUSED;
   const auto rules = g_SystemConfig.Rules.Get();
   const auto found = std::find_if(rules->begin(), rules->end(),
                                   [&](const std::string& rule) { return Forbids(rule, address); });

@@ -3,7 +3,6 @@
 #include "console/logic/row_search.h"
 #include "console/logic/user_edit_form.h"
 #include "control/commands.h"
-#include "control/key_values.h"
 #include "control/local_address.h"
 #include "core/mail_store.h"
 #include "core/paths.h"
@@ -42,10 +41,8 @@ std::optional<std::string> ReadPassword(Control& control) {
 }
 
 // Puts settings into the form's fields. False, with the words shown, if one is none.
-bool FillForm(Control& control, UserEditForm& form, const std::vector<std::string>& words) {
-  const std::optional<KeyValues> settings = ParseKeyValues(words);
-  if (!settings) return control.Refuse("A setting is KEY=VALUE.") == DONE;
-  for (const auto& [key, value] : *settings) {
+bool FillForm(Control& control, UserEditForm& form, const KeyValues& settings) {
+  for (const auto& [key, value] : settings) {
     const ProfileField* const field = FindProfileField(key);
     if (field == nullptr) return control.Refuse("There is no setting \"" + key + "\".") == DONE;
     if (field->Key == PASSWORD_KEY) {
@@ -126,7 +123,7 @@ int UserAdd(Control& control, const Arguments& arguments) {
   }
   UserEditForm form(control.Prompts, {place->Domain, ""});
   form.Account = place->Account;
-  if (!FillForm(control, form, arguments.Rest)) return REFUSED;
+  if (!FillForm(control, form, arguments.Settings)) return REFUSED;
   const std::optional<std::string> password = ReadPassword(control);
   if (!password) return REFUSED;
   form.Value(PASSWORD_KEY) = *password;
@@ -162,7 +159,7 @@ int UserShow(Control& control, const Arguments& arguments) {
 
 int UserSet(Control& control, const Arguments& arguments) {
   return EditProfile(control, arguments.First,
-                     [&](UserEditForm& form) { return FillForm(control, form, arguments.Rest); });
+                     [&](UserEditForm& form) { return FillForm(control, form, arguments.Settings); });
 }
 
 int UserPassword(Control& control, const Arguments& arguments) {

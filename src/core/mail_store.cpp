@@ -115,20 +115,24 @@ int DeleteTree(const std::string& path) {
   return platform::RemoveDirectory(path) == 0 ? 1 : 0;
 }
 
-int MeasureMailbox(const std::string& path, std::int32_t& count, std::int64_t& bytes) {
+int MeasureMailbox(const std::string& path, std::int32_t& count, std::int64_t& bytes, std::string* unread) {
   platform::DirectoryWalk walk;
-  if (walk.Open(path) != 0) return 1;
+  if (const int error = walk.Open(path); error != 0) {
+    if (error != ENOENT && unread != nullptr) *unread = path;
+    return 1;
+  }
   platform::WalkEntry entry;
   while (walk.Next(entry)) {
     if (IsDots(entry.name)) continue;
     if (entry.isDirectory) {
-      MeasureMailbox(JoinPath(path, entry.name), count, bytes);
+      MeasureMailbox(JoinPath(path, entry.name), count, bytes, unread);
     } else if (entry.name.size() < 4 ||
                !EqualsIgnoreCase(TextFrom(entry.name, entry.name.size() - 4), ".ini")) {
       if (count < INT32_MAX) ++count;
       bytes += static_cast<std::int64_t>(entry.size);
     }
   }
+  if (walk.Failed() && unread != nullptr) *unread = path;
   return 1;
 }
 

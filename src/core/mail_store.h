@@ -51,7 +51,8 @@ std::optional<std::string> Authenticate(std::string_view user, std::string_view 
 int DeleteTree(const std::string& path);
 
 // Adds the number and the total size in bytes of all files below a directory, those ending in ".ini" left
-// out. Always 1.
-int MeasureMailbox(const std::string& path, std::int32_t& count, std::int64_t& bytes);
+// out. Always 1. A directory that can't be read counts for nothing; its path goes into `unread`, if given.
+int MeasureMailbox(const std::string& path, std::int32_t& count, std::int64_t& bytes,
+                   std::string* unread = nullptr);
 
 }  // namespace velnor

@@ -67,7 +67,6 @@ TEST(Commands, Users) {
       {"user add bob@one.test", 0, "", "can't log on", {"secret"}},
       {"user list one.test", 0,
        "address       name   pop3  smtp\nAnn@one.test  Annie  yes   no\nbob@one.test         no    no\n"},
-      {"user set ann@one.test MailBoxSize", 1, "", "A setting is KEY=VALUE."},
       {"user set ann@one.test Quota=1", 1, "", "There is no setting \"Quota\"."},
       {"user set ann@one.test MailBoxSize 7 MaxMailNum=3"},
       {"mailbox ann@one.test --json", 0,
@@ -105,7 +104,10 @@ TEST(Commands, MailLists) {
       {"maillist add-member list@one.test c@d.test --read-only"},
       {"maillist remove-member list@one.test x@y.test", 1, "", "There is not the email addr"},
       {"maillist members list@one.test", 0, "address   permission\na@b.test  RW\nc@d.test  R\n"},
-      {"maillist remove-member list@one.test a@b.test"},
+      {"maillist remove-member list@one.test a@b.test", 1, "", "Nothing was changed."},
+      {"maillist remove-member list@one.test a@b.test", 0, "", "Are you sure remove", {"y"}},
+      {"maillist add-member list@one.test a@b.test"},
+      {"maillist remove-member list@one.test A@b.test --yes"},
       {"maillist delete other@one.test --yes"},
       {"maillist delete other@one.test --yes", 1, "", "No the record"},
       {"maillist list --json", 0, "[{\"list\": \"list@one.test\", \"members\": 1}]\n"},
@@ -157,7 +159,8 @@ TEST(CommandLine, HelpGivesNoneAndWrongOnesGiveTwo) {
   const std::string before = ReadFile(world.World.Work() / "velnor.ini");
   for (const char* line :
        {"", "domain", "bogus", "domain bogus", "domain add", "domain add a b", "config set",
-        "user set a@one.test", "domain add a --bogus", "domain add a --read-only"}) {
+        "user set a@one.test", "config set SmtpPort", "user set a@one.test Pop3Enable=1 MaxMailNum",
+        "domain add a --bogus", "domain add a --read-only"}) {
     SCOPED_TRACE(line);
     const Outcome outcome = world.Run(line);
     EXPECT_EQ(outcome.Status, 2);
