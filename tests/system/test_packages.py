@@ -265,6 +265,13 @@ class Life(support.SystemTest):
         self.inside(f"{programs}/VelnorService", "/UnregServer")
         self.assertEqual(self.shown("ActiveState", "LoadState"), ("inactive", "not-found"))
 
+        self.install(THIS)
+        self.wait_for_status(IDLE)
+        self.inside(f"{programs}/VelnorService", "/UnregServer")
+        self.assertEqual(self.shown("ActiveState", "LoadState"), ("inactive", "masked"))
+        self.inside("env", "-C", home, f"{programs}/VelnorService", "/Service")
+        self.assertEqual(self.shown("LoadState", "UnitFileState"), ("loaded", "enabled"))
+
 
 def build_tree():
     """The configuration of cpack for the tree that was built."""
