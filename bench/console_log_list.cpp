@@ -14,6 +14,7 @@
 #include <QTimer>
 #include <thread>
 
+#include "console/logic/systemd_service_manager.h"
 #include "console/widgets/color_list.h"
 #include "console/widgets/desktop_prompter.h"
 #include "console/widgets/log_model.h"
@@ -92,7 +93,7 @@ void Flood(benchmark::State& state) {
   CServerApp app(NOTHINGS);
   app.LogLines.SetNotifier([&bell] { bell.Ring(); });
   DesktopPrompter prompter;
-  NoServiceManager manager;
+  SystemdServiceManager manager;
   qint64 longest_wait = 0;
   int shown = 0;
   for (auto _ : state) {

@@ -111,7 +111,7 @@ _velnorctl() {
   COMPREPLY=()
   if [[ $current == --directory=* || ${parts[${#parts[@]} - 2]} == --directory ]]; then
     compopt -o filenames # readline quotes these, and adds the slash
-    while read -r name; do
+    while IFS= read -r name; do
       [[ $2 == \~/* ]] && name=${name/#"$HOME"/\~}
       [[ $current == --directory=* ]] && name=--directory=$name
       COMPREPLY+=("${name:${#kept}}")

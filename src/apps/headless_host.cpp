@@ -109,7 +109,7 @@ class HeadlessFront : public AppFront {
     std::string reason = "Another instance of Velnor is running already";
     const auto holder = platform::ProbeInstance(INSTANCE_NAME);
     if (holder && holder->Id != 0)
-      reason += " (process " + std::to_string(holder->Id) + ", " + holder->Program + ")";
+      reason += " (process " + std::to_string(holder->Id) + ", " + LogSafe(holder->Program) + ")";
     Refuse(reason);
   }
   void CannotStart(const std::string& reason) override { Refuse(reason); }

@@ -40,6 +40,13 @@ bool HoldsOnly(const std::string& directory, const Paths& own) {
   return !walk.Failed();
 }
 
+// The rules lie beside the programs. Where those are the administrator's, the rules may be his own as well,
+// and the server only reads them.
+bool IsAdministratorsRules(const std::string& path) {
+  const auto owner = platform::OwnerOf(path);
+  return path == g_SystemConfig.RulesPath() && owner && owner->User == platform::OwnAccount().User;
+}
+
 // The first path whose owner is neither of the two; empty if there is none.
 std::string ForeignPath(const Paths& paths, const platform::Account& owner,
                         const platform::Account& account) {
@@ -56,10 +63,11 @@ std::string GiveServerFiles(const std::string& working_directory, const std::str
                             const platform::Account& account) {
   Paths own = ServerFiles(mail_root);
   own.push_back(mail_root);
-  const std::string& ini = own.front();
+  const std::string ini = own.front();
   auto owner = platform::OwnerOf(IsThere(ini) ? ini : working_directory);
   if (!owner) return working_directory + " can't be looked at";
   if (owner->User == platform::OwnAccount().User) owner.reset();
+  if (owner) std::erase_if(own, IsAdministratorsRules);
   const std::string foreign = owner ? ForeignPath(own, *owner, account) : "";
   if (!foreign.empty()) return foreign + " belongs to another account than the configuration does";
 

@@ -65,7 +65,9 @@ bool Control::OpenConfiguration(bool may_be_new) {
   }
   directory_ = platform::CurrentDirectory();
   if (!platform::WorkAsOwnerOf(directory_)) {
-    Refuse("The rights of the account that owns " + directory_ + " could not be taken.");
+    Refuse(directory_ +
+           " is no place for root to work in: others may write there, or the rights of its owner could "
+           "not be taken.");
     return false;
   }
   const std::string ini = JoinPath(directory_, "velnor.ini");

@@ -20,8 +20,9 @@ std::string Joined(const std::vector<std::string>& texts, std::string_view separ
 }
 
 std::vector<std::string> Digits(const std::vector<std::int64_t>& numbers) {
-  std::vector<std::string> texts;
-  for (const std::int64_t number : numbers) texts.push_back(std::to_string(number));
+  std::vector<std::string> texts(numbers.size());
+  std::transform(numbers.begin(), numbers.end(), texts.begin(),
+                 [](std::int64_t n) { return std::to_string(n); });
   return texts;
 }
 

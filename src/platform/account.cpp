@@ -178,7 +178,10 @@ bool WorkAsOwnerOf(const std::string& directory) {
   if (!IsAdministrator()) return true;
   struct stat found {};
   if (::stat(directory.c_str(), &found) != 0) return false;
-  if (found.st_uid == ::geteuid()) return true;
+  if (found.st_uid == ::geteuid()) {
+    const bool group_writes = (found.st_mode & S_IWGRP) != 0 && found.st_gid != ::getegid();
+    return !group_writes && (found.st_mode & S_IWOTH) == 0;
+  }
   return TakeRightsOf({found.st_uid, found.st_gid});
 }
 

@@ -43,7 +43,8 @@ bool CanReach(const Account& account, const std::string& path);
 
 // Has an administrator's process, from now on, touch files with no more rights than the owner of a directory
 // has, so that nothing its owner has put there leads it elsewhere. What it makes is that owner's. Every other
-// account goes on as before. For the process's only thread. False if the rights could not be taken.
+// account goes on as before. For the process's only thread. False if the rights could not be taken, or
+// if the directory is the administrator's own and others may write in it.
 bool WorkAsOwnerOf(const std::string& directory);
 
 // While it lives, the thread touches files with the rights that it had before WorkAsOwnerOf.

@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdlib>
 
+#include "platform/account.h"
 #include "platform/file.h"
 #include "platform/thread.h"
 #include "platform/write_all.h"
@@ -54,10 +55,16 @@ void FileReplacement::TakeOwnerAndMode() {
   if (!S_ISREG(old.st_mode)) failed_ = true;
   // What is the same already is not asked for: a service may have to do without the call.
   struct stat made {};
-  const bool is_same =
-      ::fstat(descriptor_, &made) == 0 && made.st_uid == old.st_uid && made.st_gid == old.st_gid;
-  if (is_same || ::fchown(descriptor_, old.st_uid, old.st_gid) == 0)
+  if (::fstat(descriptor_, &made) != 0) return;
+  if (made.st_uid == old.st_uid && made.st_gid == old.st_gid) {
     ::fchmod(descriptor_, old.st_mode & 07777);
+  } else if (made.st_uid == old.st_uid && IsAdministrator()) {
+    // An administrator who works with the owner's rights can still give a group that the owner is not in.
+    const OwnFileRights rights;
+    if (::fchown(descriptor_, old.st_uid, old.st_gid) == 0) ::fchmod(descriptor_, old.st_mode & 0777);
+  } else if (::fchown(descriptor_, old.st_uid, old.st_gid) == 0) {
+    ::fchmod(descriptor_, old.st_mode & 07777);
+  }
 }
 
 void FileReplacement::Write(std::string_view bytes) {

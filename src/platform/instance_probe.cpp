@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <climits>
 #include <ctime>
@@ -66,7 +67,8 @@ std::optional<std::vector<std::string>> DescriptorTargets(const std::string& pro
   while (walk.Next(entry)) {
     if (entry.isDirectory) continue;
     targets.push_back(LinkTarget(process + "/fd/" + entry.name));
-    if (targets.back().empty()) return std::nullopt;
+    // One that was closed meanwhile is none.
+    if (targets.back().empty() && errno != ENOENT) return std::nullopt;
   }
   return walk.Failed() ? std::nullopt : std::optional(targets);
 }

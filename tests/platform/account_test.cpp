@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/file_replacement.h"
 #include "support/test_world.h"
 
 namespace velnor::test {
@@ -15,6 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr uid_t OTHER = 4711;
+constexpr gid_t GROUP = 4712;
 
 uid_t OwnerOf(const fs::path& path) {
   const auto owner = platform::OwnerOf(path.string());
@@ -86,11 +88,22 @@ int WorkInDirectoryOfAnother(const std::string& directory) {
   if (::chdir(directory.c_str()) != 0 || !can_write("../link")) return 1;
   if (!platform::WorkAsOwnerOf(".")) return 2;
   if (can_write("../link") || can_write("../new") || !can_write("own")) return 3;
+  if (!platform::ReplaceTextFile("of-a-group", "new")) return 5;
+  struct stat replaced {};
+  if (::stat("of-a-group", &replaced) != 0 || replaced.st_gid != GROUP || (replaced.st_mode & 0777) != 0640)
+    return 6;
   const platform::OwnFileRights rights;
   return can_write("../link") && OwnerOf("own") == OTHER ? 0 : 4;
 }
 
 TEST_F(Accounts, AnAdministratorWorksWithTheRightsOfADirectorysOwner) {
+  EXPECT_TRUE(platform::WorkAsOwnerOf(tree_.string()));
+  fs::permissions(tree_, fs::perms::all);
+  EXPECT_FALSE(platform::WorkAsOwnerOf(tree_.string())) << "others could put links there";
+  const fs::path shared = tree_ / "below/deep/of-a-group";
+  WriteFile(shared, "old");
+  ASSERT_EQ(::chown(shared.c_str(), OTHER, GROUP), 0);
+  ASSERT_EQ(::chmod(shared.c_str(), 0640), 0);
   EXPECT_EXIT(::_exit(WorkInDirectoryOfAnother((tree_ / "below/deep").string())),
               ::testing::ExitedWithCode(0), "");
 }

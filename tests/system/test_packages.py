@@ -269,7 +269,7 @@ class Life(support.SystemTest):
         self.wait_for_status(IDLE)
         self.inside(f"{programs}/VelnorService", "/UnregServer")
         self.assertEqual(self.shown("ActiveState", "LoadState"), ("inactive", "masked"))
-        self.inside("env", "-C", home, f"{programs}/VelnorService", "/Service")
+        self.inside("env", "-C", HOME, "VelnorService", "/Service")
         self.assertEqual(self.shown("LoadState", "UnitFileState"), ("loaded", "enabled"))
 
 
