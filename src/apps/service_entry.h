@@ -37,8 +37,8 @@ inline constexpr const char* SERVICE_USAGE =
 std::optional<ServiceOrder> ReadServiceOrder(std::span<const std::string_view> arguments);
 
 // Carries an order out. The exit status: 0, or 1 with the reason on standard error. Entering needs a manager
-// that answers, and replaces the paths of a unit that is there; nothing is started. Taking out also
-// stops the server.
+// that answers, and replaces the paths of a unit that is there; nothing is started. Taking out stops the
+// server, and masks a unit that is left because a package has brought it.
 int CarryOut(const ServiceOrder& order);
 
 }  // namespace velnor
